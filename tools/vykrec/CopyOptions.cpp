@@ -1,0 +1,73 @@
+// Parsing of the `vykrec copy` command line.
+#include "CopyOptions.h"
+
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+
+namespace vykrec {
+namespace {
+
+vyk::BaseRecordFile::Recfm parseFormat(std::string const& text) {
+  vyk::BaseRecordFile::Recfm recfm;
+  if (!vyk::BaseRecordFile::tryParseRecfm(text, recfm)) throw UsageError("unknown record format '" + text + "'");
+  return recfm;
+}
+
+int parsePositive(std::string const& option, std::string const& text) {
+  errno = 0;
+  char* end = nullptr;
+  long value = std::strtol(text.c_str(), &end, 10);
+  if (text.empty() || *end != '\0' || errno != 0 || value < 1 || value > INT_MAX)
+    throw UsageError(option + " takes a whole number from 1 to " + std::to_string(INT_MAX) + ", not '" + text + "'");
+  return static_cast<int>(value);
+}
+
+// Splits "--name=value" and "--name value" forms; returns false for a word that is not an option.
+bool takeOption(std::vector<std::string> const& args, size_t& i, std::string& name, std::string& value) {
+  std::string const& word = args[i];
+  if (word.size() < 3 || word.compare(0, 2, "--") != 0) return false;
+  size_t eq = word.find('=');
+  if (eq != std::string::npos) {
+    name = word.substr(0, eq);
+    value = word.substr(eq + 1);
+    return true;
+  }
+  name = word;
+  if (name == "--help") return true;
+  if (i + 1 >= args.size()) throw UsageError(name + " needs a value");
+  value = args[++i];
+  return true;
+}
+
+}  // namespace
+
+CopyOptions parseCopyOptions(std::vector<std::string> const& args) {
+  CopyOptions options;
+  std::vector<std::string> files;
+  for (size_t i = 0; i < args.size(); ++i) {
+    std::string name, value;
+    if (!takeOption(args, i, name, value)) {
+      if (args[i].size() > 1 && args[i][0] == '-' && args[i] != "-") throw UsageError("unknown option '" + args[i] + "'");
+      files.push_back(args[i]);
+      continue;
+    }
+    if (name == "--help") {
+      options.help = true;
+    } else if (name == "--from") {
+      options.from.recfm = parseFormat(value);
+    } else if (name == "--to") {
+      options.to.recfm = parseFormat(value);
+    } else if (name == "--lrecl") {
+      options.from.lrecl = options.to.lrecl = parsePositive(name, value);
+    } else {
+      throw UsageError("unknown option '" + name + "'");
+    }
+  }
+  if (files.size() > 2) throw UsageError("too many files: '" + files[2] + "'");
+  if (files.size() > 0) options.input = files[0];
+  if (files.size() > 1) options.output = files[1];
+  return options;
+}
+
+}  // namespace vykrec

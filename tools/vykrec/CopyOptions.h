@@ -1,0 +1,38 @@
+// The options of `vykrec copy` and their parsing from the command line.
+#ifndef VYKREC_COPYOPTIONS_H
+#define VYKREC_COPYOPTIONS_H
+
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "vyk/util/BaseRecordFile.h"
+
+namespace vykrec {
+
+// A mistake on the command line: printed as one line, exit status 2.
+class UsageError : public std::runtime_error {
+ public:
+  explicit UsageError(std::string const& text) : std::runtime_error(text) {}
+};
+
+// How one side of the copy is laid out.
+struct RecordSide {
+  vyk::BaseRecordFile::Recfm recfm = vyk::BaseRecordFile::RECFM_S;
+  int lrecl = 0;  // 0: the library's default
+};
+
+struct CopyOptions {
+  RecordSide from;
+  RecordSide to;
+  std::string input;   // empty or "-": standard input
+  std::string output;  // empty or "-": standard output
+  bool help = false;
+};
+
+// Parses the words after "copy". Throws UsageError.
+CopyOptions parseCopyOptions(std::vector<std::string> const& args);
+
+}  // namespace vykrec
+
+#endif

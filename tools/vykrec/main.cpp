@@ -1,0 +1,62 @@
+// vykrec: converts record files between record formats.
+#include <cstdio>
+#include <exception>
+#include <iostream>
+#include <string>
+#include <vector>
+
+#include "Copy.h"
+#include "CopyOptions.h"
+#include "vyk/util/Exception.h"
+
+namespace {
+
+char const kUsage[] =
+    "usage: vykrec copy [--from FORMAT] [--to FORMAT] [--lrecl N] [INPUT [OUTPUT]]\n"
+    "\n"
+    "Reads the records of INPUT (standard input when absent or '-') in the record format FORMAT\n"
+    "and writes them to OUTPUT (standard output when absent or '-') in the other.\n"
+    "\n"
+    "  --from FORMAT   record format of the input (default S)\n"
+    "  --to FORMAT     record format of the output (default S)\n"
+    "  --lrecl N       record length of both sides\n"
+    "  --help          print this text\n"
+    "\n"
+    "FORMAT is a record format keyword: S (stream), V, VB, VBA, D, F, FB, FBA, N, P, S370V,\n"
+    "S370VB, S370VS, S370VBS, S370VSTREAM, S370VSSTREAM, FOPEN_V, FOPEN_F, FOPEN_P.\n"
+    "\n"
+    "Exit status: 0 on success, 1 on an I/O or data error, 2 on a bad command line.\n";
+
+int usageError(std::string const& text) {
+  std::cerr << "vykrec: " << text << " (try 'vykrec --help')\n";
+  return 2;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  std::vector<std::string> args(argv + 1, argv + argc);
+  if (args.empty()) return usageError("missing command");
+  if (args[0] == "--help" || args[0] == "-h" || args[0] == "help") {
+    std::cout << kUsage;
+    return 0;
+  }
+  if (args[0] != "copy") return usageError("unknown command '" + args[0] + "'");
+  try {
+    vykrec::CopyOptions options = vykrec::parseCopyOptions(std::vector<std::string>(args.begin() + 1, args.end()));
+    if (options.help) {
+      std::cout << kUsage;
+      return 0;
+    }
+    vykrec::copyRecords(options);
+    return 0;
+  } catch (vykrec::UsageError const& e) {
+    return usageError(e.what());
+  } catch (vyk::Exception const& e) {
+    std::cerr << "vykrec: " << e.what() << "\n";
+    return 1;
+  } catch (std::exception const& e) {
+    std::cerr << "vykrec: " << e.what() << "\n";
+    return 1;
+  }
+}
