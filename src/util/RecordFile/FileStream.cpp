@@ -23,7 +23,8 @@ FileStream::FileStream(BaseRecordFile* file, RecordFile::OpenMode mode, int size
       dirty_(false),
       eof_(false) {
   VYK_ASSERT(size > 0);
-  filePos_ = file_->filetell();
+  // Positions count from where the device stands at open, so that the first flush needs no seek.
+  filePos_ = bufferPos_ = file_->filetell();
 }
 
 FileStream::~FileStream() { std::free(buffer_); }
