@@ -23,6 +23,15 @@ int parsePositive(std::string const& option, std::string const& text) {
   return static_cast<int>(value);
 }
 
+// Options that take a value; every other "--word" but --help is unknown.
+char const* const kValueOptions[] = {"--from", "--to", "--lrecl"};
+
+bool takesValue(std::string const& name) {
+  for (char const* option : kValueOptions)
+    if (name == option) return true;
+  return false;
+}
+
 // Splits "--name=value" and "--name value" forms; returns false for a word that is not an option.
 bool takeOption(std::vector<std::string> const& args, size_t& i, std::string& name, std::string& value) {
   std::string const& word = args[i];
@@ -35,6 +44,7 @@ bool takeOption(std::vector<std::string> const& args, size_t& i, std::string& na
   }
   name = word;
   if (name == "--help") return true;
+  if (!takesValue(name)) throw UsageError("unknown option '" + name + "'");
   if (i + 1 >= args.size()) throw UsageError(name + " needs a value");
   value = args[++i];
   return true;
