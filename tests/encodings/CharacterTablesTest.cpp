@@ -44,15 +44,16 @@ TEST(CharacterTables, ClassBitsOfSampleBytes) {
 }
 
 TEST(CharacterTables, ResetRestoresWhatTheApplicationChanged) {
-  tolowerTable_['A'] = 'A';
-  ctypeTable_['x'] = 0;
-  parsingctypeTable_['y'] = 0;
+  unsigned char const A = 'A', x = 'x', y = 'y';
+  tolowerTable_[A] = 'A';
+  ctypeTable_[x] = 0;
+  parsingctypeTable_[y] = 0;
   sbcs::resetParsingCharacterTables();
-  EXPECT_EQ(0x02, parsingctypeTable_['y']);
-  EXPECT_EQ('A', tolowerTable_['A']);
+  EXPECT_EQ(0x02, parsingctypeTable_[y]);
+  EXPECT_EQ('A', tolowerTable_[A]);
   sbcs::resetCharacterTables();
-  EXPECT_EQ('a', tolowerTable_['A']);
-  EXPECT_EQ(0x02, ctypeTable_['x']);
+  EXPECT_EQ('a', tolowerTable_[A]);
+  EXPECT_EQ(0x02, ctypeTable_[x]);
 }
 
 TEST(CharacterTables, IsUpperAndIsLowerPassOverNonLetters) {

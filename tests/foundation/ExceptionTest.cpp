@@ -42,7 +42,9 @@ TEST(ExceptionTree, NamesAndClassNamesOfEveryKindOfBranch) {
     EXPECT_STREQ(c.className, c.e->className());
     EXPECT_STREQ(c.name, c.e->what());
     std::unique_ptr<Exception> copy(c.e->clone());
-    EXPECT_EQ(typeid(*c.e), typeid(*copy));
+    Exception& original = *c.e;
+    Exception& cloned = *copy;
+    EXPECT_EQ(typeid(original), typeid(cloned));
   }
 }
 
@@ -153,7 +155,8 @@ TEST(IOAbendException, MessageInHexAndCloneIsPlainIOException) {
   EXPECT_STREQ("I/O error: An I/O abend 3C-1A has occured", e.what());
   EXPECT_STREQ("IOException", e.className());
   std::unique_ptr<Exception> copy(e.clone());
-  EXPECT_EQ(typeid(IOException), typeid(*copy));
+  Exception& cloned = *copy;
+  EXPECT_EQ(typeid(IOException), typeid(cloned));
   EXPECT_EQ(e.message(), copy->message());
 }
 
