@@ -16,16 +16,23 @@ namespace {
 
 bool isStandardStream(std::string const& name) { return name.empty() || name == "-"; }
 
-vyk::BaseRecordFile::OpenOptions sideOptions(RecordSide const& side, vyk::RecordFile::OpenMode mode) {
+bool isS370(vyk::BaseRecordFile::Recfm recfm) { return recfm >= vyk::BaseRecordFile::RECFM_S370V; }
+
+// The S370 formats take their block size from bufferSize: 32760 unless --blksize says otherwise.
+vyk::BaseRecordFile::OpenOptions sideOptions(RecordSide const& side, int blockSize,
+                                             vyk::RecordFile::OpenMode mode) {
   vyk::BaseRecordFile::OpenOptions options(mode);
   options.recfm = side.recfm;
   if (side.lrecl > 0) options.lrecl = side.lrecl;
-  options.bufferSize = 1 << 16;
+  options.bufferSize = blockSize > 0 ? blockSize : isS370(side.recfm) ? 32760 : 1 << 16;
   return options;
 }
 
-// The largest record the copy passes through whole; longer stream chunks are simply split.
+// The largest record the copy passes through whole; longer stream chunks are simply split. A
+// stream has no records of its own: with --lrecl its chunks take that length, so that it can become
+// records that fit a format with a length limit.
 int readBufferSize(RecordSide const& side) {
+  if (side.recfm == vyk::BaseRecordFile::RECFM_S && side.lrecl > 0) return side.lrecl;
   int lrecl = side.lrecl > 0 ? side.lrecl : vyk::BaseRecordFile::OpenOptions::getDefaultLrecl();
   return lrecl > (1 << 16) ? lrecl : (1 << 16);
 }
@@ -47,9 +54,11 @@ long long copyRecords(CopyOptions const& options) {
   std::ostream& out = isStandardStream(options.output) ? std::cout : outFile;
 
   vyk::IntrusivePointer<vyk::BaseRecordFile> reader(
-      new vyk::InputStreamRecordFile(in, sideOptions(options.from, vyk::RecordFile::READ), options.input));
+      new vyk::InputStreamRecordFile(in, sideOptions(options.from, options.blockSize, vyk::RecordFile::READ),
+                                     options.input));
   vyk::IntrusivePointer<vyk::BaseRecordFile> writer(
-      new vyk::OutputStreamRecordFile(out, sideOptions(options.to, vyk::RecordFile::WRITE)));
+      new vyk::OutputStreamRecordFile(out, sideOptions(options.to, options.blockSize,
+                                                       vyk::RecordFile::WRITE)));
 
   std::vector<char> buffer(static_cast<size_t>(readBufferSize(options.from)));
   long long records = 0;

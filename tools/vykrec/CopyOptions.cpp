@@ -68,6 +68,9 @@ CopyOptions parseCopyOptions(std::vector<std::string> const& args) {
       options.from.recfm = parseFormat(value);
     } else if (name == "--to") {
       options.to.recfm = parseFormat(value);
+    } else if (name == "--blksize") {
+      options.blockSize = parsePositive(name, value);
+      if (options.blockSize > 65535) throw UsageError("--blksize takes at most 65535, not '" + value + "'");
     } else if (name == "--lrecl") {
       options.from.lrecl = options.to.lrecl = parsePositive(name, value);
     } else {

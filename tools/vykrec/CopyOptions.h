@@ -28,6 +28,7 @@ struct CopyOptions {
   std::string input;   // empty or "-": standard input
   std::string output;  // empty or "-": standard output
   bool help = false;
+  int blockSize = 0;  // --blksize: block size of the S370 formats (OpenOptions::bufferSize); 0: default
 };
 
 // Parses the words after "copy". Throws UsageError.

@@ -12,7 +12,7 @@
 namespace {
 
 char const kUsage[] =
-    "usage: vykrec copy [--from FORMAT] [--to FORMAT] [--lrecl N] [INPUT [OUTPUT]]\n"
+    "usage: vykrec copy [--from FORMAT] [--to FORMAT] [--lrecl N] [--blksize N] [INPUT [OUTPUT]]\n"
     "\n"
     "Reads the records of INPUT (standard input when absent or '-') in the record format FORMAT\n"
     "and writes them to OUTPUT (standard output when absent or '-') in the other.\n"
@@ -20,6 +20,9 @@ char const kUsage[] =
     "  --from FORMAT   record format of the input (default S)\n"
     "  --to FORMAT     record format of the output (default S)\n"
     "  --lrecl N       record length of both sides\n"
+    "  --blksize N     block size in bytes of the S370 formats, both sides, at most 65535\n"
+    "                  (default 32760); the block descriptors of S370V, S370VB, S370VS and\n"
+    "                  S370VBS count toward it\n"
     "  --help          print this text\n"
     "\n"
     "FORMAT is a record format keyword: S (stream), V, VB, VBA, D, F, FB, FBA, N, P, S370V,\n"

@@ -2,6 +2,7 @@
 #include "src/util/RecordFile/MakeRecordFormat.h"
 
 #include "vyk/util/Assert.h"
+#include "vyk/util/MvsRecordFormat.h"
 #include "vyk/util/StreamedRecordFormat.h"
 
 namespace vyk {
@@ -15,13 +16,19 @@ RecordFormat* makeRecordFormat(BaseRecordFile* file, BaseRecordFile::OpenOptions
     case BaseRecordFile::RECFM_F:
     case BaseRecordFile::RECFM_N:
     case BaseRecordFile::RECFM_P:
-    case BaseRecordFile::RECFM_S370V:
-    case BaseRecordFile::RECFM_S370VSTREAM:
-    case BaseRecordFile::RECFM_S370VB:
-    case BaseRecordFile::RECFM_S370VS:
-    case BaseRecordFile::RECFM_S370VSSTREAM:
-    case BaseRecordFile::RECFM_S370VBS:
       VYK_FAIL("Unsupported");
+    case BaseRecordFile::RECFM_S370V:
+      return new recfm::RecfmS370V(file, options);
+    case BaseRecordFile::RECFM_S370VSTREAM:
+      return new recfm::RecfmS370VStreamed(file, options);
+    case BaseRecordFile::RECFM_S370VB:
+      return new recfm::RecfmS370VB(file, options);
+    case BaseRecordFile::RECFM_S370VS:
+      return new recfm::RecfmS370VS(file, options);
+    case BaseRecordFile::RECFM_S370VSSTREAM:
+      return new recfm::RecfmS370VSStreamed(file, options);
+    case BaseRecordFile::RECFM_S370VBS:
+      return new recfm::RecfmS370VBS(file, options);
   }
   VYK_FAIL("Unexpected value of recfm");
 }
