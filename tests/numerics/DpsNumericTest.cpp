@@ -99,6 +99,7 @@ TEST(DpsNumeric, PairsWithNaNsZerosAndMissingValues) {
       {NAN_PLUS, MISSING, 1, false, false, false},
       {MISSING, NAN_PLUS, -1, true, true, false},
       {NAN_MINUS, MISSING_Z, 1, false, false, false},
+      {NAN_MINUS, -INF, 0, false, false, false},
       {fromBits(0xFFFF800000000000), MISSING_Z, 1, false, false, false},
       {fromBits(0xFFFFFFFFFFFFFFFF), MISSING__, -1, true, true, false},
   };
