@@ -182,7 +182,7 @@ TEST(FloatRepresentation, SameKindConversionKeepsEvenIllegalPatterns) {
 }
 
 TEST(FloatRepresentationDeathTest, IllegalKindFails) {
-  for (int illegal : {0, 5, -1}) {
+  for (int illegal : {0, 5}) {
     FR const rep(static_cast<FR::Kind>(illegal));
     FloatBits const one(0x3FF0000000000000);
     EXPECT_EXIT(rep.missingDot(), testing::ExitedWithCode(99), "illegal float rep");
