@@ -3,6 +3,8 @@
 
 namespace vyk {
 
-NoneType const None = {nullptr};
+static_assert(sizeof(NoneType) == 4, "None is a 32-bit zero");
+
+NoneType const None = {0};
 
 }  // namespace vyk

@@ -1,13 +1,15 @@
-// vyk::None: an exported object whose bytes are zero. Nothing in the library reads it.
+// vyk::None: an exported object holding a 32-bit zero. Nothing in the library reads it.
 #ifndef VYK_UTIL_NONE_H
 #define VYK_UTIL_NONE_H
+
+#include <cstdint>
 
 #include "vyk/util/Export.h"
 
 namespace vyk {
 
 struct NoneType {
-  void* value;
+  std::int32_t value;
 };
 
 VYK_EXPORT extern NoneType const None;
