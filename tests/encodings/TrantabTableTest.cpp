@@ -49,26 +49,16 @@ TEST(TrantabTable, OpenEditionSpotValues) {
 }
 
 TEST(TrantabTable, ValueOperations) {
-  TrantabTable zero;
-  EXPECT_FALSE(zero.isPermutation());
-  for (int b = 0; b < 256; ++b) ASSERT_EQ(0, zero[static_cast<unsigned char>(b)]);
-
   char bytes[256];
   for (int b = 0; b < 256; ++b) bytes[b] = static_cast<char>(255 - b);
-  TrantabTable reversed(bytes);
-  EXPECT_EQ(0xFF, reversed[0x00]);
-  EXPECT_EQ(0x00, reversed[0xFF]);
-  EXPECT_EQ(0x7F, reversed[0x80]);
-  EXPECT_TRUE(reversed.isPermutation());
-
+  TrantabTable reversed(bytes), zero;
+  EXPECT_FALSE(zero.isPermutation());
   reversed.swap(zero);
   EXPECT_EQ(0x00, reversed[0x00]);
   EXPECT_EQ(0xFF, zero[0x00]);
-  EXPECT_EQ(0x80, zero[0x7F]);
-
-  TrantabTable const inverse = TrantabTable::inverseOf(toEbcdic());
-  EXPECT_EQ('A', inverse[0xC1]);
-  EXPECT_EQ(0x0A, inverse[0x15]);
+  EXPECT_EQ(0x7F, zero[0x80]);
+  EXPECT_TRUE(zero.isPermutation());
+  EXPECT_EQ('A', TrantabTable::inverseOf(toEbcdic())[0xC1]);
 }
 
 // Every byte where iconv's table for the named pair differs from ours: byte -> (ours, iconv's).
