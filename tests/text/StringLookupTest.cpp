@@ -156,6 +156,12 @@ TEST(StringLookup, EqualKeysFindTheFirstAdded) {
                {{"k", kUnique, 8}, {"kd", kWhole, 4}, {"kh", kUnique, 0}});
   expectProbes(Table(true, {"ABC", "abc", "abd"}),
                {{"abc", kWhole, 1}, {"aBc", kUnique, 1}, {"ab", kUnique, 0}});
+  // Two end-of-key edges beside 16 letters: a state searched through the dispatch.
+  std::vector<std::string> wide;
+  for (char c = 'a'; c <= 'p'; ++c) wide.push_back(std::string("w") + c);
+  wide.push_back("w");
+  wide.push_back("w");
+  expectProbes(Table(false, wide), {{"w", kUnique, 17}, {"wp", kWhole, 16}, {"wq", kUnique, 0}});
   // Duplicates make every abbreviation of them ambiguous.
   expectProbes(Table(false, {"long", "long"}), {{"lon", kUnique, 0}, {"long", kUnique, 1}});
 }
@@ -229,17 +235,22 @@ long oracle(std::vector<std::string> const& keys, std::string text, bool fold, b
 
 TEST(StringLookup, AgreesWithBruteForceOnRandomTables) {
   std::mt19937 random(20240611);
-  char const alphabet[] = "abAB_[`^z\xE9\xC9";
+  // A narrow alphabet gives deep tables with many shared prefixes; the wide one gives states of 16
+  // edges and more, which are searched through a byte-indexed dispatch.
+  std::string const narrow = "abAB_[`^z\xE9\xC9";
+  std::string const wide = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ[\\]^_`0123456789\xE9\xC9";
+  std::string alphabet;
   auto word = [&](int maxLength) {
     std::string s(random() % (maxLength + 1), ' ');
-    for (char& c : s) c = alphabet[random() % (sizeof alphabet - 1)];
+    for (char& c : s) c = alphabet[random() % alphabet.size()];
     return s;
   };
   for (int round = 0; round < 400; ++round) {
     bool fold = round % 2 == 0;
+    alphabet = round % 4 < 2 ? narrow : wide;
     std::vector<std::string> keys;
     unsigned long maxLength = 0;
-    for (int k = 0, n = 1 + random() % 40; k < n; ++k) {
+    for (int k = 0, n = 1 + random() % (round % 4 < 2 ? 40 : 300); k < n; ++k) {
       keys.push_back(word(6));
       maxLength = std::max<unsigned long>(maxLength, keys.back().size());
     }

@@ -152,8 +152,33 @@ class VYK_EXPORT StringLookupBase {
   unsigned long maxKeyLength_;
 
  private:
+  // A state as the walk reads it: its edges and, for a wide state, a byte-indexed dispatch block.
+  struct SearchState {
+    unsigned long first;
+    unsigned long count;
+    long dispatch;  // offset of the state's 256 entries in dispatch_, or -1
+  };
+  // A transition as the walk reads it, its tail held in tailBytes_.
+  struct WalkEdge {
+    long target;
+    unsigned long tailOffset;
+    unsigned long tailLength;
+  };
+
   template <bool Fold>
   long find(char const* text, unsigned long length, PrefixMatch prefixMatch) const noexcept;
+  // Derives the search index below from states_ and transitions_.
+  void makeSearchIndex();
+
+  // The search index, rebuilt by every compile: one entry per entry of states_, the edge bytes and
+  // the compact edges in transition order, all tails in one string, and for each state with many edges the
+  // position of the first edge of each byte (0xFFFF for none), so that equal keys still give the first added.
+  std::vector<SearchState> search_;
+  std::vector<unsigned char> edgeBytes_;
+  std::vector<WalkEdge> walk_;
+  std::string tailBytes_;
+  std::vector<unsigned short> dispatch_;
+  bool keysHoldZero_ = false;
 };
 
 class StringLookupResultBase;

@@ -2,6 +2,7 @@
 #include "vyk/util/StringLookup.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include "vyk/util/Exception.h"
 
@@ -120,6 +121,36 @@ void StringLookupBase::makeTransitions() {
     makeTransitions(sortedOrder, 0, keys_.size(), 0);
   }
   states_.push_back(State(transitions_.size()));
+  makeSearchIndex();
+}
+
+void StringLookupBase::makeSearchIndex() {
+  // A dispatch block costs 512 bytes; from 16 edges on, the edges themselves cost more.
+  unsigned long const dispatchFrom = 16;
+  unsigned short const none = 0xFFFF;
+  search_.assign(states_.size(), SearchState{0, 0, -1});
+  edgeBytes_.clear();
+  walk_.clear();
+  tailBytes_.clear();
+  dispatch_.clear();
+  for (Transition const& t : transitions_) {
+    edgeBytes_.push_back(t.ch);
+    walk_.push_back(WalkEdge{t.target, tailBytes_.size(), t.tail.size()});
+    tailBytes_ += t.tail;
+  }
+  for (unsigned long s = 1; s < states_.size(); ++s) {
+    SearchState& state = search_[s];
+    state.first = states_[s - 1].first;
+    state.count = states_[s].first - state.first;
+    if (state.count < dispatchFrom || state.count >= none) continue;
+    state.dispatch = static_cast<long>(dispatch_.size());
+    dispatch_.resize(dispatch_.size() + 256, none);
+    unsigned short* block = dispatch_.data() + state.dispatch;
+    for (unsigned long k = state.count; k-- > 0;)
+      block[edgeBytes_[state.first + k]] = static_cast<unsigned short>(k);
+  }
+  keysHoldZero_ = false;
+  for (std::string const& key : keys_) keysHoldZero_ = keysHoldZero_ || key.find('\0') != std::string::npos;
 }
 
 unsigned long StringLookupBase::makeTransitions(Permutation const& order, unsigned long s, unsigned long e,
@@ -188,38 +219,60 @@ long StringLookupBase::find(char const* text, unsigned long length, PrefixMatch 
     unsigned char c = p < length ? static_cast<unsigned char>(text[p]) : 0;
     return Fold ? fold[c] : c;
   };
-  Transition const* table = transitions_.data();
+  unsigned char const* edgeBytes = edgeBytes_.data();
+  WalkEdge const* walk = walk_.data();
+  char const* tails = tailBytes_.data();
+  // Tail bytes hold no zero unless a key does, so a run of text bytes equal to a tail cannot hide
+  // the end of the text.
+  bool const plainTails = !Fold && !keysHoldZero_;
   unsigned long state = states_.size() - 1;
   unsigned long p = 0;
   for (;;) {
     unsigned char b = at(p);
-    unsigned long lo = states_[state - 1].first;
-    unsigned long hi = states_[state].first;
-    unsigned long count = hi - lo;
-    if (count >= 8) {
-      while (lo < hi) {  // lower bound: the first edge with ch >= b, so equal keys give the first added
-        unsigned long mid = lo + (hi - lo) / 2;
-        if (table[mid].ch < b) {
-          lo = mid + 1;
+    SearchState const& current = search_[state];
+    unsigned long k = current.first;
+    unsigned long end = current.first + current.count;
+    if (current.dispatch >= 0) {
+      unsigned short d = dispatch_[static_cast<unsigned long>(current.dispatch) + b];
+      if (d == 0xFFFF) return 0;
+      k += d;
+    } else if (current.count >= 8) {
+      // Lower bound: the first edge with ch >= b, so that equal keys give the first added.
+      unsigned long hi = end;
+      while (k < hi) {
+        unsigned long mid = k + (hi - k) / 2;
+        if (edgeBytes[mid] < b) {
+          k = mid + 1;
         } else {
           hi = mid;
         }
       }
+      if (k >= end || edgeBytes[k] != b) return 0;
     } else {
-      while (lo < hi && table[lo].ch < b) ++lo;
+      while (k < end && edgeBytes[k] < b) ++k;
+      if (k >= end || edgeBytes[k] != b) return 0;
     }
-    if (lo >= states_[state].first || table[lo].ch != b) return 0;
-    Transition const& edge = table[lo];
+    WalkEdge const& edge = walk[k];
     if (b == 0) return edge.target < 0 ? ~edge.target + 1 : 0;
     ++p;
-    for (char tc : edge.tail) {
-      unsigned char c = at(p);
-      if (c == 0 || c != static_cast<unsigned char>(tc)) {
-        // The text ended inside an edge that leads to one key: a unique abbreviation.
-        bool abbreviation = prefixMatch == PREFIX_UNIQUE && c == 0 && edge.target < 0;
-        return abbreviation ? ~edge.target + 1 : 0;
+    char const* tail = tails + edge.tailOffset;
+    unsigned long tailLength = edge.tailLength;
+    unsigned long matched = 0;
+    if (plainTails && length - p >= tailLength) {
+      while (matched < tailLength && text[p + matched] == tail[matched]) ++matched;
+    }
+    if (matched == tailLength) {
+      p += tailLength;
+    } else {
+      for (unsigned long i = 0; i < tailLength; ++i) {
+        unsigned char c = at(p);
+        if (c == 0 || c != static_cast<unsigned char>(tail[i])) {
+          // The text ended inside an edge that leads to one key: a unique abbreviation.
+          bool abbreviation = prefixMatch == PREFIX_UNIQUE && c == 0 && edge.target < 0;
+          return abbreviation ? ~edge.target + 1 : 0;
+        }
+        ++p;
       }
-      ++p;
     }
     if (edge.target < 0) return at(p) == 0 ? ~edge.target + 1 : 0;
     state = static_cast<unsigned long>(edge.target);
