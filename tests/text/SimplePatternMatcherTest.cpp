@@ -1,0 +1,137 @@
+// The wildcard matcher: worked cases, a recursive reference on random input, and patterns that
+// would explode a backtracking matcher.
+#include "vyk/util/SimplePatternMatcher.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+#include <string>
+
+namespace vyk {
+namespace {
+
+struct Syntax {
+  char anyString, anyChar;
+  bool useEscape;
+  char escape;
+};
+
+bool matches(std::string const& text, std::string const& pattern, Syntax const& s) {
+  return SimplePatternMatcher::matchesPattern(text, pattern, s.anyString, s.anyChar, s.useEscape, s.escape);
+}
+
+TEST(SimplePatternMatcher, WorkedCases) {
+  Syntax const sql{'%', '_', false, 0};
+  Syntax const glob{'*', '?', true, '\\'};
+  struct Case {
+    char const* text;
+    char const* pattern;
+    Syntax syntax;
+    bool match;
+  };
+  Case const cases[] = {
+      {"ab", "a%b", sql, true},
+      {"axxb", "a%b", sql, true},
+      {"abc", "a%b", sql, false},
+      {"", "", sql, true},
+      {"a", "", sql, false},
+      {"", "%", sql, true},
+      {"anything", "%", sql, true},
+      {"", "%_", sql, false},
+      {"x", "%_", sql, true},
+      {"", "_", sql, false},
+      {"ab", "a_", sql, true},
+      {"a", "a_", sql, false},
+      {"a%b", "a\\%b", glob, true},
+      {"a*b", "a\\*b", glob, true},
+      {"axb", "a\\*b", glob, false},
+      {"a?", "a\\?", glob, true},
+      {"ab", "a\\?", glob, false},
+      {"a\\", "a\\\\", glob, true},
+      {"a", "a\\", glob, true},
+      {"ab", "a\\", glob, false},
+      {"", "\\", glob, true},
+      {"ab", "a*\\", glob, false},
+      {"a", "a*\\", glob, false},
+      {"xa", "*a\\", glob, true},
+      {"ab", "***b", glob, true},
+      {"b", "**b", glob, true},
+      {"abcabd", "*ab?", glob, true},
+      {"AB", "ab", glob, false},
+      {"a*", "a*", sql, true},
+      {"abab", "*ab*ab", glob, true},
+      {"mississippi", "m*iss*ppi", glob, true},
+      {"mississippi", "m*iss*pi*x", glob, false},
+  };
+  for (Case const& c : cases) {
+    SCOPED_TRACE(std::string("'") + c.text + "' ~ '" + c.pattern + "'");
+    EXPECT_EQ(c.match, matches(c.text, c.pattern, c.syntax));
+  }
+}
+
+// The rules as stated, one recursion per pattern step; exponential, so for short inputs only.
+bool reference(std::string const& text, std::size_t t, std::string const& pattern, std::size_t p,
+               Syntax const& s) {
+  if (p == pattern.size()) return t == text.size();
+  char c = pattern[p];
+  if (s.useEscape && c == s.escape) {
+    if (p + 1 == pattern.size()) return t == text.size();
+    return t < text.size() && text[t] == pattern[p + 1] && reference(text, t + 1, pattern, p + 2, s);
+  }
+  if (c == s.anyString) {
+    while (p < pattern.size() && pattern[p] == s.anyString) ++p;
+    if (p == pattern.size()) return true;
+    if (t == text.size()) return false;
+    for (std::size_t k = t; k < text.size(); ++k)  // longest suffix first, one byte kept at least
+      if (reference(text, k, pattern, p, s)) return true;
+    return false;
+  }
+  if (c == s.anyChar) return t < text.size() && reference(text, t + 1, pattern, p + 1, s);
+  return t < text.size() && text[t] == c && reference(text, t + 1, pattern, p + 1, s);
+}
+
+TEST(SimplePatternMatcher, AgreesWithTheReferenceOnRandomInput) {
+  std::mt19937 random(7);
+  Syntax const syntaxes[] = {
+      {'*', '?', true, '\\'}, {'*', '?', false, '\\'}, {'*', '*', true, '\\'},  // wildcards alike
+      {'*', '?', true, '*'},  {'a', '?', true, '\\'},                           // escape over anyString
+  };
+  char const patternBytes[] = "ab*?\\";
+  char const textBytes[] = "ab*?\\";
+  int matched = 0;
+  for (int round = 0; round < 100000; ++round) {
+    Syntax const& s = syntaxes[round % 5];
+    std::string pattern(random() % 9, ' ');
+    for (char& c : pattern) c = patternBytes[random() % 5];
+    std::string text(random() % 9, ' ');
+    for (char& c : text) c = textBytes[random() % (round % 3 == 0 ? 5 : 2)];
+    bool expected = reference(text, 0, pattern, 0, s);
+    matched += expected;
+    ASSERT_EQ(expected, matches(text, pattern, s))
+        << "'" << text << "' ~ '" << pattern << "' syntax " << round % 5;
+  }
+  EXPECT_GT(matched, 5000);  // the sample holds matches as well as mismatches
+  EXPECT_LT(matched, 95000);
+}
+
+TEST(SimplePatternMatcher, ManyAnyStringsDoNotBacktrackExponentially) {
+  std::string const text(5000, 'a');
+  std::string pattern;
+  for (int i = 0; i < 40; ++i) pattern += "*a";
+  EXPECT_FALSE(matches(text, pattern + "b", Syntax{'*', '?', false, 0}));
+  EXPECT_TRUE(matches(text, pattern, Syntax{'*', '?', false, 0}));
+  EXPECT_TRUE(matches(text + "b", pattern + "*b", Syntax{'*', '?', false, 0}));
+  EXPECT_TRUE(matches(text, pattern + "?\\", Syntax{'*', '?', true, '\\'}));
+  EXPECT_FALSE(matches(text, pattern + "*\\", Syntax{'*', '?', true, '\\'}));
+}
+
+TEST(SimplePatternMatcher, LengthsBoundTheBytesRead) {
+  // Neither text nor pattern is read past its length; zero bytes are ordinary bytes.
+  EXPECT_TRUE(SimplePatternMatcher::matchesPattern("abXX", 2, "a?YY", 2, '*', '?', false, 0));
+  EXPECT_FALSE(SimplePatternMatcher::matchesPattern("abXX", 2, "a?YY", 3, '*', '?', false, 0));
+  EXPECT_TRUE(SimplePatternMatcher::matchesPattern("a\0b", 3, "a\0*", 3, '*', '?', false, 0));
+  EXPECT_TRUE(SimplePatternMatcher::matchesPattern(nullptr, 0, nullptr, 0, '*', '?', false, 0));
+}
+
+}  // namespace
+}  // namespace vyk
