@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cctype>
+
 #include "vyk/util/CharRepresentation.h"
 
 namespace vyk {
@@ -18,9 +20,9 @@ TEST(CharacterTables, CaseMappingsOfTheLatin1AndCodePage1252Letters) {
     unsigned char byte, upper, lower;
   };
   Case const cases[] = {
-      {'a', 'A', 'a'},   {'Z', 'Z', 'z'},   {0xFF, 0x9F, 0xFF}, {0x9F, 0x9F, 0xFF}, {0xDF, 0xDF, 0xDF},
+      {'a', 'A', 'a'},    {'Z', 'Z', 'z'},    {0xFF, 0x9F, 0xFF}, {0x9F, 0x9F, 0xFF}, {0xDF, 0xDF, 0xDF},
       {0xD7, 0xD7, 0xD7}, {0xF7, 0xF7, 0xF7}, {0xC0, 0xC0, 0xE0}, {0xFE, 0xDE, 0xFE}, {0x8A, 0x8A, 0x9A},
-      {0x9E, 0x8E, 0x9E}, {'[', '[', '['},   {'_', '_', '_'},    {0x00, 0x00, 0x00},
+      {0x9E, 0x8E, 0x9E}, {'[', '[', '['},    {'_', '_', '_'},    {0x00, 0x00, 0x00},
   };
   for (Case const& c : cases) {
     SCOPED_TRACE(static_cast<int>(c.byte));
@@ -33,9 +35,9 @@ TEST(CharacterTables, ClassBitsOfSampleBytes) {
   struct Case {
     unsigned char byte, bits;
   };
-  Case const cases[] = {{0x09, 0x48}, {' ', 0x28}, {'0', 0x84}, {'A', 0x81}, {'G', 0x01}, {'f', 0x82},
-                        {0x7F, 0x40}, {0x85, 0x48}, {0xA0, 0x08}, {0xAA, 0x02}, {0xAD, 0x40}, {0xD7, 0x10},
-                        {0xDF, 0x02}, {0xF7, 0x10}, {0x8A, 0x40}};
+  Case const cases[] = {{0x09, 0x48}, {' ', 0x28},  {'0', 0x84},  {'A', 0x81},  {'G', 0x01},
+                        {'f', 0x82},  {0x7F, 0x40}, {0x85, 0x48}, {0xA0, 0x08}, {0xAA, 0x02},
+                        {0xAD, 0x40}, {0xD7, 0x10}, {0xDF, 0x02}, {0xF7, 0x10}, {0x8A, 0x40}};
   for (Case const& c : cases) {
     SCOPED_TRACE(static_cast<int>(c.byte));
     EXPECT_EQ(c.bits, ctypeTable_[c.byte]);
@@ -60,8 +62,8 @@ TEST(CharacterTables, IsUpperAndIsLowerPassOverNonLetters) {
     char const* text;
     bool upper, lower;
   };
-  Case const cases[] = {{"", true, true},        {"123", true, true},      {"ABC 1", true, false},
-                        {"abc", false, true},    {"aB", false, false},     {"\xC0\xC1", true, false},
+  Case const cases[] = {{"", true, true},         {"123", true, true},  {"ABC 1", true, false},
+                        {"abc", false, true},     {"aB", false, false}, {"\xC0\xC1", true, false},
                         {"\xE0\xDF", false, true}};
   for (Case const& c : cases) {
     SCOPED_TRACE(c.text);
@@ -80,9 +82,10 @@ TEST(CharacterTables, IcomparenOnCountedTexts) {
     int expected;
   };
   Case const cases[] = {
-      {"abc", 3, "ABC", 3, 10, 0},   {"abc", 3, "abd", 3, 10, 'c' - 'd'}, {"abc", 3, "ab", 2, 10, 1},
-      {"ab", 2, "abcd", 4, 10, -2},  {"abc", 3, "ab", 2, 2, 0},           {"x", 1, "y", 1, 0, 0},
-      {"\xC0", 1, "\xE0", 1, 1, 0},  {"a\0b", 3, "A\0c", 3, 3, 'b' - 'c'},
+      {"abc", 3, "ABC", 3, 10, 0},  {"abc", 3, "abd", 3, 10, 'c' - 'd'},
+      {"abc", 3, "ab", 2, 10, 1},   {"ab", 2, "abcd", 4, 10, -2},
+      {"abc", 3, "ab", 2, 2, 0},    {"x", 1, "y", 1, 0, 0},
+      {"\xC0", 1, "\xE0", 1, 1, 0}, {"a\0b", 3, "A\0c", 3, 3, 'b' - 'c'},
   };
   for (Case const& c : cases) {
     SCOPED_TRACE(c.s);
@@ -104,12 +107,99 @@ TEST(CharacterTables, IcomparenWithZeroTerminatedTexts) {
   EXPECT_EQ(0, sbcs::icomparen("same", "SAME", 100));
 }
 
+// The default class table as the design gives it, row by high digit.
+unsigned char const kDesignedClasses[256] = {
+    0x40, 0x40, 0x40, 0x40, 0x40, 0x40, 0x40, 0x40, 0x40, 0x48, 0x48, 0x48, 0x48, 0x48, 0x40, 0x40,  // 0
+    0x40, 0x40, 0x40, 0x40, 0x40, 0x40, 0x40, 0x40, 0x40, 0x40, 0x40, 0x40, 0x40, 0x40, 0x40, 0x40,  // 1
+    0x28, 0x10, 0x10, 0x10, 0x10, 0x10, 0x10, 0x10, 0x10, 0x10, 0x10, 0x10, 0x10, 0x10, 0x10, 0x10,  // 2
+    0x84, 0x84, 0x84, 0x84, 0x84, 0x84, 0x84, 0x84, 0x84, 0x84, 0x10, 0x10, 0x10, 0x10, 0x10, 0x10,  // 3
+    0x10, 0x81, 0x81, 0x81, 0x81, 0x81, 0x81, 0x01, 0x01, 0x01, 0x01, 0x01, 0x01, 0x01, 0x01, 0x01,  // 4
+    0x01, 0x01, 0x01, 0x01, 0x01, 0x01, 0x01, 0x01, 0x01, 0x01, 0x01, 0x10, 0x10, 0x10, 0x10, 0x10,  // 5
+    0x10, 0x82, 0x82, 0x82, 0x82, 0x82, 0x82, 0x02, 0x02, 0x02, 0x02, 0x02, 0x02, 0x02, 0x02, 0x02,  // 6
+    0x02, 0x02, 0x02, 0x02, 0x02, 0x02, 0x02, 0x02, 0x02, 0x02, 0x02, 0x10, 0x10, 0x10, 0x10, 0x40,  // 7
+    0x40, 0x40, 0x40, 0x40, 0x40, 0x48, 0x40, 0x40, 0x40, 0x40, 0x40, 0x40, 0x40, 0x40, 0x40, 0x40,  // 8
+    0x40, 0x40, 0x40, 0x40, 0x40, 0x40, 0x40, 0x40, 0x40, 0x40, 0x40, 0x40, 0x40, 0x40, 0x40, 0x40,  // 9
+    0x08, 0x10, 0x10, 0x10, 0x10, 0x10, 0x10, 0x10, 0x10, 0x10, 0x02, 0x10, 0x10, 0x40, 0x10, 0x10,  // A
+    0x10, 0x10, 0x10, 0x10, 0x10, 0x02, 0x10, 0x10, 0x10, 0x10, 0x02, 0x10, 0x10, 0x10, 0x10, 0x10,  // B
+    0x01, 0x01, 0x01, 0x01, 0x01, 0x01, 0x01, 0x01, 0x01, 0x01, 0x01, 0x01, 0x01, 0x01, 0x01, 0x01,  // C
+    0x01, 0x01, 0x01, 0x01, 0x01, 0x01, 0x01, 0x10, 0x01, 0x01, 0x01, 0x01, 0x01, 0x01, 0x01, 0x02,  // D
+    0x02, 0x02, 0x02, 0x02, 0x02, 0x02, 0x02, 0x02, 0x02, 0x02, 0x02, 0x02, 0x02, 0x02, 0x02, 0x02,  // E
+    0x02, 0x02, 0x02, 0x02, 0x02, 0x02, 0x02, 0x10, 0x02, 0x02, 0x02, 0x02, 0x02, 0x02, 0x02, 0x02,  // F
+};
+
+// The default case tables by their rules: ranges that move by 0x20, the code page 1252 pairs, and
+// the identity elsewhere.
+int designedLower(int b) {
+  if ((b >= 0x41 && b <= 0x5A) || (b >= 0xC0 && b <= 0xDE && b != 0xD7)) return b + 0x20;
+  if (b == 0x8A || b == 0x8C || b == 0x8E) return b + 0x10;
+  if (b == 0x9F) return 0xFF;
+  return b;
+}
+int designedUpper(int b) {
+  if ((b >= 0x61 && b <= 0x7A) || (b >= 0xE0 && b <= 0xFE && b != 0xF7)) return b - 0x20;
+  if (b == 0x9A || b == 0x9C || b == 0x9E) return b - 0x10;
+  if (b == 0xFF) return 0x9F;
+  return b;
+}
+
+TEST(CharacterTables, AllBytesMatchTheDesignedDefaults) {
+  sbcs::resetCharacterTables();
+  for (int b = 0; b < 256; ++b) {
+    SCOPED_TRACE(b);
+    EXPECT_EQ(designedLower(b), tolowerTable_[b]);
+    EXPECT_EQ(designedUpper(b), toupperTable_[b]);
+    EXPECT_EQ(kDesignedClasses[b], ctypeTable_[b]);
+    EXPECT_EQ(kDesignedClasses[b], parsingctypeTable_[b]);
+  }
+}
+
+TEST(CharacterTables, AsciiHalfAgreesWithTheCLocale) {
+  // <cctype> in the "C" locale (the state at program start) is the independent oracle for 0x00-0x7F; the
+  // blank bit is the space alone (isblank also counts the tab), so it is compared with c == ' '.
+  for (int c = 0; c < 128; ++c) {
+    SCOPED_TRACE(c);
+    unsigned char bits = ctypeTable_[c];
+    EXPECT_EQ(std::isupper(c) != 0, (bits & 0x01) != 0);
+    EXPECT_EQ(std::islower(c) != 0, (bits & 0x02) != 0);
+    EXPECT_EQ(std::isdigit(c) != 0, (bits & 0x04) != 0);
+    EXPECT_EQ(std::isspace(c) != 0, (bits & 0x08) != 0);
+    EXPECT_EQ(std::ispunct(c) != 0, (bits & 0x10) != 0);
+    EXPECT_EQ(c == ' ', (bits & 0x20) != 0);
+    EXPECT_EQ(std::iscntrl(c) != 0, (bits & 0x40) != 0);
+    EXPECT_EQ(std::isxdigit(c) != 0, (bits & 0x80) != 0);
+    EXPECT_EQ(std::isprint(c) != 0, (bits & 0xB7) != 0);
+    EXPECT_EQ(std::tolower(c), tolowerTable_[c]);
+    EXPECT_EQ(std::toupper(c), toupperTable_[c]);
+  }
+}
+
+TEST(CharacterTables, FoldingComparesBytesAsUnsigned) {
+  EXPECT_EQ(136, sbcs::icomparen("\xE9", 1, "a", 1, 1));
+  EXPECT_EQ(-136, sbcs::icomparen("a", "\xC9", 5));
+  EXPECT_EQ(0, sbcs::icomparen(std::string("\xC9\x8A"), "\xE9\x9A", 5));
+  EXPECT_EQ(0xFF - 0x7A, sbcs::icomparen(std::string("\x9F"), "z", 5));
+  EXPECT_EQ(sbcs::toLower('\xDF'), 0xDF);
+}
+
+TEST(CharacterTables, ReadersFollowTablesRewrittenAtRunTime) {
+  tolowerTable_[static_cast<unsigned char>('\xE9')] = 'e';
+  ctypeTable_[static_cast<unsigned char>('e')] = 0x01;
+  int compared = sbcs::icomparen("\xE9t\xE9", "ETE", 3);
+  bool upper = sbcs::vyk_strisupper("e");
+  bool hasUpper = sbcs::hasClass('e', 0x01);
+  sbcs::resetCharacterTables();
+  EXPECT_EQ(0, compared);
+  EXPECT_TRUE(upper);
+  EXPECT_TRUE(hasUpper);
+  EXPECT_NE(0, sbcs::icomparen("\xE9t\xE9", "ETE", 3));
+}
+
 TEST(CharRepresentation, AlphanumericValues) {
   struct Case {
     unsigned char ascii, ebcdic, value;
   };
-  Case const cases[] = {{'0', 0xF0, 0},   {'9', 0xF9, 9},   {'A', 0xC1, 10}, {'i', 0x89, 18},
-                        {'J', 0xD1, 19},  {'r', 0x99, 27},  {'S', 0xE2, 28}, {'z', 0xA9, 35}};
+  Case const cases[] = {{'0', 0xF0, 0},  {'9', 0xF9, 9},  {'A', 0xC1, 10}, {'i', 0x89, 18},
+                        {'J', 0xD1, 19}, {'r', 0x99, 27}, {'S', 0xE2, 28}, {'z', 0xA9, 35}};
   for (Case const& c : cases) {
     EXPECT_EQ(c.value, CharRepresentation::ASCII_ALPHANUMERIC_TABLE[c.ascii]);
     EXPECT_EQ(c.value, CharRepresentation::EBCDIC_ALPHANUMERIC_TABLE[c.ebcdic]);

@@ -2,6 +2,8 @@
 #include "src/util/RecordFile/MakeRecordFormat.h"
 
 #include "vyk/util/Assert.h"
+#include "vyk/util/RecfmF.h"
+#include "vyk/util/RecfmV.h"
 #include "vyk/util/StreamedRecordFormat.h"
 
 namespace vyk {
@@ -12,9 +14,13 @@ RecordFormat* makeRecordFormat(BaseRecordFile* file, BaseRecordFile::OpenOptions
     case BaseRecordFile::RECFM_S:
       return new recfm::RecfmS(file, options);
     case BaseRecordFile::RECFM_V:
+      return new recfm::RecfmV(file, options);
     case BaseRecordFile::RECFM_F:
+      return new recfm::RecfmF(file, options);
     case BaseRecordFile::RECFM_N:
+      return new recfm::RecfmN(file, options);
     case BaseRecordFile::RECFM_P:
+      return new recfm::RecfmP(file, options);
     case BaseRecordFile::RECFM_S370V:
     case BaseRecordFile::RECFM_S370VSTREAM:
     case BaseRecordFile::RECFM_S370VB:
