@@ -7,9 +7,7 @@ namespace recfm {
 RecfmS::RecfmS(BaseRecordFile* file, BaseRecordFile::OpenOptions const& options)
     : StreamedRecordFormat("S", file, options) {}
 
-bool RecfmS::hasStreamSemantics() const {
-  return true;
-}
+bool RecfmS::hasStreamSemantics() const { return true; }
 
 int RecfmS::readrec(char* buffer, int maxLength) {
   markRecordStart();
