@@ -20,6 +20,7 @@ vyk::BaseRecordFile::OpenOptions sideOptions(RecordSide const& side, vyk::Record
   vyk::BaseRecordFile::OpenOptions options(mode);
   options.recfm = side.recfm;
   if (side.lrecl > 0) options.lrecl = side.lrecl;
+  options.termstr = side.termstr;
   options.bufferSize = 1 << 16;
   return options;
 }
