@@ -61,27 +61,13 @@ TEST(RecfmV, BytesReadIntoRecordsForEveryTermstr) {
       {__LINE__, NUL, false, "a\nb\r\nc\0"s, {"a\nb\r\nc"}},
       {__LINE__, NUL, false, "\0\0"s, {"", ""}},
       {__LINE__, NONE, false, "a\nb\r\n\0"s, {"a\nb\r\n\0"s}},
-      {__LINE__,
-       ANY,
-       true,
-       "a\x1a"
-       "b",
-       {"a"}},
-      {__LINE__,
-       ANY,
-       true,
-       "a\n\x1a"
-       "b\n",
-       {"a"}},
-      {__LINE__, ANY, true, "\x1a", {}},
-      {__LINE__, ANY, true, "a\r\x1a", {"a\r"}},
-      {__LINE__,
-       ANY,
-       false,
-       "a\x1a"
-       "b",
-       {"a\x1a"
-        "b"}},
+      {__LINE__, ANY, true, "a\032b", {"a"}},
+      {__LINE__, ANY, true, "a\n\032b\n", {"a"}},
+      {__LINE__, ANY, true, "\032", {}},
+      {__LINE__, ANY, true, "a\r\032", {"a\r"}},
+      {__LINE__, ANY, true, "a\rb\r\rc\n\rd\032e\n", {"a\rb\r\rc", "\rd"}},
+      {__LINE__, CRLF, true, "\r\ra\n\r\nb\rc\032", {"\r\ra\n", "b\rc"}},
+      {__LINE__, ANY, false, "a\032b", {"a\032b"}},
   };
   for (ReadCase const& c : cases) checkReadsAtEveryBlockSize(c, nullptr);
 }
@@ -169,10 +155,7 @@ TEST(RecfmV, OverlongRecordsAreCutAndTheNextReadStartsAtTheNextRecord) {
 TEST(RecfmV, CtrlZLeavesTheRestOfTheFileUnread) {
   Options options = optionsFor(RecordFile::READ, BaseRecordFile::RECFM_V, ANY, 1);
   options.stopAtCtrlZ = true;
-  MemoryRecordFile file(
-      "ab\x1a"
-      "cdef",
-      options);
+  MemoryRecordFile file("ab\032cdef", options);
   EXPECT_EQ((Records{"ab"}), readAll(file));
   EXPECT_EQ(3, file.position);  // the device gave 3 bytes, one per block
   char buffer[8];

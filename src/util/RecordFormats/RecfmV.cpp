@@ -11,35 +11,74 @@ namespace recfm {
 namespace {
 
 // The units that a record scan must stop at: every other unit is data and is copied in bulk.
-template <class CodeUnit>
-struct StopUnits {
-  CodeUnit units[4];
-  int count = 0;
-  void add(CodeUnit unit) { units[count++] = unit; }
-};
-
-// The first whole unit in [from, to) that is one of stops, or to; to - from is a whole number of
-// units. Single bytes are searched with memchr, one pass per stop unit over a shrinking range.
+// The first one added is the one that usually ends a record (lf_ for LF and ANY, cr_ for CR and CRLF,
+// the zero unit for NUL); the others are rarer.
+//
+// For single bytes the search is memchr, and what each search learnt is kept while the block stays
+// the same, so that the scan stays linear however many stop units a record holds: the first unit is
+// searched towards the block's end, the others only up to the nearest stop known, and no range is
+// searched twice for the same unit. forget() must be called whenever the block may have changed.
 template <class CodeUnit, class ByteOrder>
-unsigned char* findStop(unsigned char* from, unsigned char* to, StopUnits<CodeUnit> const& stops) {
-  if constexpr (sizeof(CodeUnit) == 1) {
-    unsigned char* found = to;
-    for (int i = 0; i < stops.count && found != from; ++i) {
-      void* hit =
-          std::memchr(from, static_cast<unsigned char>(stops.units[i]), static_cast<size_t>(found - from));
-      if (hit != nullptr) found = static_cast<unsigned char*>(hit);
-    }
-    return found;
-  } else {
-    for (; from != to; from += sizeof(CodeUnit)) {
-      CodeUnit unit = ByteOrder::template load<CodeUnit>(from);
-      for (int i = 0; i < stops.count; ++i) {
-        if (unit == stops.units[i]) return from;
-      }
-    }
-    return to;
+class StopScanner {
+ public:
+  void add(CodeUnit unit) {
+    units_[count_] = unit;
+    ++count_;
+    forget();
   }
-}
+  void forget() {
+    for (int i = 0; i < count_; ++i) known_[i] = Known();
+  }
+
+  // The first whole unit in [from, to) that is a stop unit, or to; to - from is a whole number of
+  // units, from only grows and to stays the same until forget().
+  unsigned char* find(unsigned char* from, unsigned char* to) {
+    if constexpr (sizeof(CodeUnit) == 1) {
+      unsigned char* found = to;
+      for (int i = 0; i < count_; ++i) {
+        Known& k = known_[i];
+        if (k.at != nullptr && k.at < from) {  // passed: nothing is known beyond it yet
+          k.searchedTo = from;
+          k.at = nullptr;
+        }
+        if (k.at == nullptr) {
+          unsigned char* start = k.searchedTo != nullptr && k.searchedTo > from ? k.searchedTo : from;
+          if (start < found) {
+            void* hit =
+                std::memchr(start, static_cast<unsigned char>(units_[i]), static_cast<size_t>(found - start));
+            if (hit != nullptr) {
+              k.at = static_cast<unsigned char*>(hit);
+            } else {
+              k.searchedTo = found;
+            }
+          }
+        }
+        if (k.at != nullptr && k.at < found) found = k.at;
+      }
+      return found;
+    } else {
+      for (; from != to; from += sizeof(CodeUnit)) {
+        CodeUnit unit = ByteOrder::template load<CodeUnit>(from);
+        for (int i = 0; i < count_; ++i) {
+          if (unit == units_[i]) return from;
+        }
+      }
+      return to;
+    }
+  }
+
+ private:
+  // The first occurrence found at or after the scan's position, or null with none in the bytes
+  // before searchedTo (null: nothing searched yet).
+  struct Known {
+    unsigned char* at = nullptr;
+    unsigned char* searchedTo = nullptr;
+  };
+
+  CodeUnit units_[4];
+  Known known_[4];
+  int count_ = 0;
+};
 
 // The unit that ends a record like the end of input, in the 4-byte instances only.
 template <class CodeUnit>
@@ -99,10 +138,10 @@ int RecfmVBase<CodeUnit, ByteOrder>::readrec(char* buffer, int maxLength) {
 
   bool const crMayEnd = termstr_ == BaseRecordFile::TERMSTR_CRLF || termstr_ == BaseRecordFile::TERMSTR_ANY;
   bool const lfEnds = termstr_ == BaseRecordFile::TERMSTR_LF || termstr_ == BaseRecordFile::TERMSTR_ANY;
-  StopUnits<CodeUnit> stops;
+  StopScanner<CodeUnit, ByteOrder> stops;
   if (termstr_ == BaseRecordFile::TERMSTR_NUL) stops.add(static_cast<CodeUnit>(0));
-  if (termstr_ == BaseRecordFile::TERMSTR_CR || crMayEnd) stops.add(cr_);
   if (lfEnds) stops.add(lf_);
+  if (termstr_ == BaseRecordFile::TERMSTR_CR || crMayEnd) stops.add(cr_);
   if (stopAtCtrlZ_) stops.add(static_cast<CodeUnit>(0x1A));
   if (UNIT_SIZE == 4) stops.add(static_cast<CodeUnit>(0xFFFFFFFFu));
 
@@ -113,7 +152,7 @@ int RecfmVBase<CodeUnit, ByteOrder>::readrec(char* buffer, int maxLength) {
   for (;;) {
     // Copy the data units up to the next stop unit or the end of the whole units in the block.
     unsigned char* wholeEnd = s.p_ + (s.end_ - s.p_) / UNIT_SIZE * UNIT_SIZE;
-    unsigned char* stop = findStop<CodeUnit, ByteOrder>(s.p_, wholeEnd, stops);
+    unsigned char* stop = stops.find(s.p_, wholeEnd);
     if (stop != s.p_) {
       int k = std::min(static_cast<int>(stop - s.p_), capacity - count);
       if (k > 0) std::memcpy(buffer + count, s.p_, static_cast<size_t>(k));
@@ -127,8 +166,9 @@ int RecfmVBase<CodeUnit, ByteOrder>::readrec(char* buffer, int maxLength) {
     if (stop != wholeEnd) {
       c = ByteOrder::template load<CodeUnit>(stop);
       s.p_ = stop + UNIT_SIZE;
-    } else if (!takeUnit(c)) {
-      return nothingYet ? -1 : count;
+    } else {
+      stops.forget();  // a new block
+      if (!takeUnit(c)) return nothingYet ? -1 : count;
     }
 
     // Decide on c. A look-ahead after cr_ that had to cross a block end hands its unit back here
@@ -154,6 +194,7 @@ int RecfmVBase<CodeUnit, ByteOrder>::readrec(char* buffer, int maxLength) {
           break;  // the unit after cr_ is scanned again from the block
         }
         CodeUnit next;
+        stops.forget();  // a new block
         if (!takeUnit(next)) {
           storeUnit(buffer, count, capacity, cr_);  // a lone cr_ at the end is data
           return count;
