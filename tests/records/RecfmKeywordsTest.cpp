@@ -68,9 +68,13 @@ TEST(RecfmKeywords, EveryKeywordAndItsCaseRule) {
   };
   for (Case const& c : cases) {
     SCOPED_TRACE(c.text);
-    BaseRecordFile::Recfm result = static_cast<BaseRecordFile::Recfm>(99);
+    // A start value that differs from the expected one shows whether the result was stored.
+    BaseRecordFile::Recfm const start =
+        c.value == 10 ? BaseRecordFile::RECFM_V : BaseRecordFile::RECFM_S370VBS;
+    BaseRecordFile::Recfm result = start;
     EXPECT_EQ(c.parses, BaseRecordFile::tryParseRecfm(c.text, result));
-    EXPECT_EQ(c.parses ? c.value : 99, static_cast<int>(result));  // untouched on failure
+    EXPECT_EQ(c.parses ? c.value : static_cast<int>(start),
+              static_cast<int>(result));  // untouched on failure
   }
 }
 
