@@ -155,8 +155,10 @@ int RecfmVBase<CodeUnit, ByteOrder>::readrec(char* buffer, int maxLength) {
     unsigned char* stop = stops.find(s.p_, wholeEnd);
     if (stop != s.p_) {
       int k = std::min(static_cast<int>(stop - s.p_), capacity - count);
-      if (k > 0) std::memcpy(buffer + count, s.p_, static_cast<size_t>(k));
-      if (k > 0) count += k;
+      if (k > 0) {
+        std::memcpy(buffer + count, s.p_, static_cast<size_t>(k));
+        count += k;
+      }
       nothingYet = false;
       s.p_ = stop;
     }
