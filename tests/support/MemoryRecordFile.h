@@ -19,9 +19,17 @@ class MemoryRecordFile : public BaseRecordFile {
  public:
   MemoryRecordFile(std::string initial, OpenOptions const& options, int maxFill = 0)
       : bytes(std::move(initial)), maxFill_(maxFill) {
-    if (options.mode == APPEND) position = static_cast<long long>(bytes.size());
-    if (options.mode == WRITE || options.mode == REPLACE) bytes.clear();
+    applyMode(options.mode);
     open(options);
+  }
+  // Takes its format from makeFormat(this, options) instead of open(), for format classes that open()
+  // does not build by itself (the wider code-unit instances, wrapped formats).
+  template <class MakeFormat>
+  MemoryRecordFile(std::string initial, OpenOptions const& options, int maxFill, MakeFormat makeFormat)
+      : bytes(std::move(initial)), maxFill_(maxFill) {
+    applyMode(options.mode);
+    autoFlush_ = options.autoFlush;
+    recfm_ = makeFormat(this, options);
   }
   ~MemoryRecordFile() override {
     if (recfm_) BaseRecordFile::flush();
@@ -61,6 +69,11 @@ class MemoryRecordFile : public BaseRecordFile {
   std::vector<long long> seeks;
 
  private:
+  void applyMode(OpenMode mode) {
+    if (mode == APPEND) position = static_cast<long long>(bytes.size());
+    if (mode == WRITE || mode == REPLACE) bytes.clear();
+  }
+
   std::string name_ = "memory";
   int maxFill_;
 };

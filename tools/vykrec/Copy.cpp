@@ -14,9 +14,13 @@
 namespace vykrec {
 namespace {
 
-bool isStandardStream(std::string const& name) { return name.empty() || name == "-"; }
+bool isStandardStream(std::string const& name) {
+  return name.empty() || name == "-";
+}
 
-bool isS370(vyk::BaseRecordFile::Recfm recfm) { return recfm >= vyk::BaseRecordFile::RECFM_S370V; }
+bool isS370(vyk::BaseRecordFile::Recfm recfm) {
+  return recfm >= vyk::BaseRecordFile::RECFM_S370V;
+}
 
 // The S370 formats take their block size from bufferSize: 32760 unless --blksize says otherwise.
 vyk::BaseRecordFile::OpenOptions sideOptions(RecordSide const& side, int blockSize,
@@ -24,6 +28,7 @@ vyk::BaseRecordFile::OpenOptions sideOptions(RecordSide const& side, int blockSi
   vyk::BaseRecordFile::OpenOptions options(mode);
   options.recfm = side.recfm;
   if (side.lrecl > 0) options.lrecl = side.lrecl;
+  options.termstr = side.termstr;
   options.bufferSize = blockSize > 0 ? blockSize : isS370(side.recfm) ? 32760 : 1 << 16;
   return options;
 }
@@ -53,12 +58,10 @@ long long copyRecords(CopyOptions const& options) {
   std::istream& in = isStandardStream(options.input) ? std::cin : inFile;
   std::ostream& out = isStandardStream(options.output) ? std::cout : outFile;
 
-  vyk::IntrusivePointer<vyk::BaseRecordFile> reader(
-      new vyk::InputStreamRecordFile(in, sideOptions(options.from, options.blockSize, vyk::RecordFile::READ),
-                                     options.input));
-  vyk::IntrusivePointer<vyk::BaseRecordFile> writer(
-      new vyk::OutputStreamRecordFile(out, sideOptions(options.to, options.blockSize,
-                                                       vyk::RecordFile::WRITE)));
+  vyk::IntrusivePointer<vyk::BaseRecordFile> reader(new vyk::InputStreamRecordFile(
+      in, sideOptions(options.from, options.blockSize, vyk::RecordFile::READ), options.input));
+  vyk::IntrusivePointer<vyk::BaseRecordFile> writer(new vyk::OutputStreamRecordFile(
+      out, sideOptions(options.to, options.blockSize, vyk::RecordFile::WRITE)));
 
   std::vector<char> buffer(static_cast<size_t>(readBufferSize(options.from)));
   long long records = 0;

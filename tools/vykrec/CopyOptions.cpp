@@ -1,6 +1,7 @@
 // Parsing of the `vykrec copy` command line.
 #include "CopyOptions.h"
 
+#include <cctype>
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
@@ -10,8 +11,23 @@ namespace {
 
 vyk::BaseRecordFile::Recfm parseFormat(std::string const& text) {
   vyk::BaseRecordFile::Recfm recfm;
-  if (!vyk::BaseRecordFile::tryParseRecfm(text, recfm)) throw UsageError("unknown record format '" + text + "'");
+  if (!vyk::BaseRecordFile::tryParseRecfm(text, recfm))
+    throw UsageError("unknown record format '" + text + "'");
   return recfm;
+}
+
+// A terminator by number (0-4) or by name, in any case: NUL, CR, LF, CRLF, ANY.
+int parseTermstr(std::string const& option, std::string const& text) {
+  static char const* const kNames[] = {"NUL", "CR", "LF", "CRLF", "ANY"};
+  for (int value = 0; value < 5; ++value) {
+    if (text == std::to_string(value)) return value;
+    std::string const name = kNames[value];
+    bool same = text.size() == name.size();
+    for (size_t i = 0; same && i < text.size(); ++i)
+      same = std::toupper(static_cast<unsigned char>(text[i])) == name[i];
+    if (same) return value;
+  }
+  throw UsageError(option + " takes 0-4 or NUL, CR, LF, CRLF, ANY, not '" + text + "'");
 }
 
 int parsePositive(std::string const& option, std::string const& text) {
@@ -19,12 +35,14 @@ int parsePositive(std::string const& option, std::string const& text) {
   char* end = nullptr;
   long value = std::strtol(text.c_str(), &end, 10);
   if (text.empty() || *end != '\0' || errno != 0 || value < 1 || value > INT_MAX)
-    throw UsageError(option + " takes a whole number from 1 to " + std::to_string(INT_MAX) + ", not '" + text + "'");
+    throw UsageError(option + " takes a whole number from 1 to " + std::to_string(INT_MAX) + ", not '" +
+                     text + "'");
   return static_cast<int>(value);
 }
 
 // Options that take a value; every other "--word" but --help is unknown.
-char const* const kValueOptions[] = {"--from", "--to", "--lrecl"};
+char const* const kValueOptions[] = {"--from",    "--to",           "--lrecl",     "--blksize",
+                                     "--termstr", "--from-termstr", "--to-termstr"};
 
 bool takesValue(std::string const& name) {
   for (char const* option : kValueOptions)
@@ -58,7 +76,8 @@ CopyOptions parseCopyOptions(std::vector<std::string> const& args) {
   for (size_t i = 0; i < args.size(); ++i) {
     std::string name, value;
     if (!takeOption(args, i, name, value)) {
-      if (args[i].size() > 1 && args[i][0] == '-' && args[i] != "-") throw UsageError("unknown option '" + args[i] + "'");
+      if (args[i].size() > 1 && args[i][0] == '-' && args[i] != "-")
+        throw UsageError("unknown option '" + args[i] + "'");
       files.push_back(args[i]);
       continue;
     }
@@ -71,6 +90,12 @@ CopyOptions parseCopyOptions(std::vector<std::string> const& args) {
     } else if (name == "--blksize") {
       options.blockSize = parsePositive(name, value);
       if (options.blockSize > 65535) throw UsageError("--blksize takes at most 65535, not '" + value + "'");
+    } else if (name == "--termstr") {
+      options.from.termstr = options.to.termstr = parseTermstr(name, value);
+    } else if (name == "--from-termstr") {
+      options.from.termstr = parseTermstr(name, value);
+    } else if (name == "--to-termstr") {
+      options.to.termstr = parseTermstr(name, value);
     } else if (name == "--lrecl") {
       options.from.lrecl = options.to.lrecl = parsePositive(name, value);
     } else {

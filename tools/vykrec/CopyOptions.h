@@ -19,7 +19,8 @@ class UsageError : public std::runtime_error {
 // How one side of the copy is laid out.
 struct RecordSide {
   vyk::BaseRecordFile::Recfm recfm = vyk::BaseRecordFile::RECFM_S;
-  int lrecl = 0;  // 0: the library's default
+  int lrecl = 0;                                   // 0: the library's default
+  int termstr = vyk::BaseRecordFile::TERMSTR_ANY;  // record terminator of the V and P formats
 };
 
 struct CopyOptions {

@@ -12,21 +12,36 @@
 namespace {
 
 char const kUsage[] =
-    "usage: vykrec copy [--from FORMAT] [--to FORMAT] [--lrecl N] [--blksize N] [INPUT [OUTPUT]]\n"
+    "usage: vykrec copy [--from FORMAT] [--to FORMAT] [--lrecl N] [--blksize N] [--termstr T]\n"
+    "                   [--from-termstr T] [--to-termstr T] [INPUT [OUTPUT]]\n"
     "\n"
     "Reads the records of INPUT (standard input when absent or '-') in the record format FORMAT\n"
     "and writes them to OUTPUT (standard output when absent or '-') in the other.\n"
     "\n"
-    "  --from FORMAT   record format of the input (default S)\n"
-    "  --to FORMAT     record format of the output (default S)\n"
-    "  --lrecl N       record length of both sides\n"
-    "  --blksize N     block size in bytes of the S370 formats, both sides, at most 65535\n"
-    "                  (default 32760); the block descriptors of S370V, S370VB, S370VS and\n"
-    "                  S370VBS count toward it\n"
-    "  --help          print this text\n"
+    "  --from FORMAT      record format of the input (default S)\n"
+    "  --to FORMAT        record format of the output (default S)\n"
+    "  --lrecl N          record length of both sides\n"
+    "  --blksize N        block size in bytes of the S370 formats, both sides, at most 65535\n"
+    "                     (default 32760); the block descriptors of S370V, S370VB, S370VS and\n"
+    "                     S370VBS count toward it\n"
+    "  --termstr T        record terminator of both sides (default ANY)\n"
+    "  --from-termstr T   record terminator of the input only\n"
+    "  --to-termstr T     record terminator of the output only\n"
+    "  --help             print this text\n"
     "\n"
     "FORMAT is a record format keyword: S (stream), V, VB, VBA, D, F, FB, FBA, N, P, S370V,\n"
     "S370VB, S370VS, S370VBS, S370VSTREAM, S370VSSTREAM, FOPEN_V, FOPEN_F, FOPEN_P.\n"
+    "\n"
+    "T applies to the terminated formats (V and its synonyms, P) and is a number or a name:\n"
+    "  0 NUL   a zero byte ends a record; one is written\n"
+    "  1 CR    carriage return\n"
+    "  2 LF    line feed\n"
+    "  3 CRLF  carriage return directly followed by line feed\n"
+    "  4 ANY   on input LF or CR LF; on output LF\n"
+    "A later option wins, so '--termstr CRLF --to-termstr LF' reads CR LF and writes LF.\n"
+    "Example, a CR LF text file to LF line ends and back:\n"
+    "  vykrec copy --from V --to V --to-termstr LF dos.txt unix.txt\n"
+    "  vykrec copy --from V --to V --to-termstr CRLF unix.txt dos.txt\n"
     "\n"
     "Exit status: 0 on success, 1 on an I/O or data error, 2 on a bad command line.\n";
 
@@ -46,7 +61,8 @@ int main(int argc, char** argv) {
   }
   if (args[0] != "copy") return usageError("unknown command '" + args[0] + "'");
   try {
-    vykrec::CopyOptions options = vykrec::parseCopyOptions(std::vector<std::string>(args.begin() + 1, args.end()));
+    vykrec::CopyOptions options =
+        vykrec::parseCopyOptions(std::vector<std::string>(args.begin() + 1, args.end()));
     if (options.help) {
       std::cout << kUsage;
       return 0;

@@ -29,6 +29,10 @@ class VYK_EXPORT StreamedRecordFormat : public RecordFormat {
  protected:
   // Every readrec begins with it: remembers where the record starts.
   void markRecordStart() { recordPos_ = stream_.position(); }
+  // Reads one piece of lrecl_ bytes: copies up to min(lrecl_, maxLength) of them and passes over the
+  // rest without copying. Returns the bytes copied (short for a last piece that the file cuts), or -1
+  // when the input had nothing left or lrecl_ is below 1.
+  int readFixedLengthRecord(char* buffer, int maxLength);
 
   long long recordPos_;
   bool logicalEof_;

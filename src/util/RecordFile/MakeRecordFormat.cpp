@@ -3,6 +3,8 @@
 
 #include "vyk/util/Assert.h"
 #include "vyk/util/MvsRecordFormat.h"
+#include "vyk/util/RecfmF.h"
+#include "vyk/util/RecfmV.h"
 #include "vyk/util/StreamedRecordFormat.h"
 
 namespace vyk {
@@ -13,10 +15,13 @@ RecordFormat* makeRecordFormat(BaseRecordFile* file, BaseRecordFile::OpenOptions
     case BaseRecordFile::RECFM_S:
       return new recfm::RecfmS(file, options);
     case BaseRecordFile::RECFM_V:
+      return new recfm::RecfmV(file, options);
     case BaseRecordFile::RECFM_F:
+      return new recfm::RecfmF(file, options);
     case BaseRecordFile::RECFM_N:
+      return new recfm::RecfmN(file, options);
     case BaseRecordFile::RECFM_P:
-      VYK_FAIL("Unsupported");
+      return new recfm::RecfmP(file, options);
     case BaseRecordFile::RECFM_S370V:
       return new recfm::RecfmS370V(file, options);
     case BaseRecordFile::RECFM_S370VSTREAM:

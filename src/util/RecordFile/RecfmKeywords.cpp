@@ -39,10 +39,12 @@ Keyword const kFoldedKeywords[] = {
     {"s370vbs", BaseRecordFile::RECFM_S370VBS},
 };
 
-bool equalsFolded(std::string const& text, char const* lowerKeyword) {
-  if (text.size() != std::strlen(lowerKeyword)) return false;
+// Both sides go through the table in force, so that an application's rewritten table applies to
+// the keyword as to the text.
+bool equalsFolded(std::string const& text, char const* keyword) {
+  if (text.size() != std::strlen(keyword)) return false;
   for (size_t i = 0; i < text.size(); ++i) {
-    if (sbcs::toLower(text[i]) != static_cast<unsigned char>(lowerKeyword[i])) return false;
+    if (sbcs::toLower(text[i]) != sbcs::toLower(keyword[i])) return false;
   }
   return true;
 }
