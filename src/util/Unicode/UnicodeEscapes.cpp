@@ -96,9 +96,11 @@ int generateUESCencoding(Unit const*& source, Unit const* sourceEnd,
         for (int i = 0; i < 4; ++i) {
           if (firstByte(*converter, digits[i], bytes[count])) ++count;
         }
+        // One u more in front; the letters that were there keep their case.
         char* t = target;
         *t++ = '\\';
-        for (long i = 0; i <= n; ++i) *t++ = 'u';
+        *t++ = 'u';
+        for (long i = 1; i <= n; ++i) *t++ = static_cast<char>(s[i]);
         std::memcpy(t, bytes, static_cast<size_t>(count));
         t += count;
         int written = static_cast<int>(t - target);
@@ -121,7 +123,7 @@ int parseUESCencoding(Unit const*& source, Unit const* sourceEnd,
   if (sourceEnd - s < 2 || s[0] != kBackslash || !isU(s[1])) return -1;
   long room = targetEnd - target;
   if (sourceEnd - s >= 3 && isU(s[2])) {
-    // An escaped escape: a backslash, one u fewer, and the 4 units as they stand.
+    // An escaped escape: a backslash, one letter u fewer, and the 4 units as they stand.
     long n = countU(s + 1, sourceEnd);
     if (sourceEnd - s < n + 5 || room < n + 4) return -1;
     Unit const* digits = s + 1 + n;
@@ -131,8 +133,8 @@ int parseUESCencoding(Unit const*& source, Unit const* sourceEnd,
     char* t = target;
     char byte;
     if (firstByte(*converter, kBackslash, byte)) *t++ = byte;
-    for (long i = 1; i < n; ++i) {
-      if (firstByte(*converter, 'u', byte)) *t++ = byte;
+    for (long i = 2; i <= n; ++i) {  // all letters but the first, as they stand
+      if (firstByte(*converter, s[i], byte)) *t++ = byte;
     }
     for (int i = 0; i < 4; ++i) {
       if (firstByte(*converter, digits[i], byte)) *t++ = byte;
