@@ -88,138 +88,139 @@ std::size_t narrowAscii(std::uint16_t const* s, std::uint16_t const* end, std::u
   return static_cast<std::size_t>(s - start);
 }
 
-}  // namespace
-
-void Utf8Converter::toUnicode(char const** source, char const* sourceEnd, unsigned short** target,
-                              unsigned short const* targetEnd, ErrorCode& code) {
-  std::uint8_t const* s = reinterpret_cast<std::uint8_t const*>(*source);
-  std::uint8_t const* const end = reinterpret_cast<std::uint8_t const*>(sourceEnd);
-  std::uint16_t* t = *target;
-  std::uint16_t const* const tEnd = targetEnd;
-  code = Ok;
+// Decodes UTF-8 from s into t until the source ends, the target is full or a fault. Every byte gives
+// at most one unit, so with kCheckRoom false (the caller saw room for a unit per source byte) the
+// room tests drop out of the loop.
+template <bool kCheckRoom>
+UnicodeConverter::ErrorCode decode(std::uint8_t const*& sRef, std::uint8_t const* end, std::uint16_t*& tRef,
+                                   std::uint16_t const* tEnd) {
+  std::uint8_t const* s = sRef;
+  std::uint16_t* t = tRef;
+  UnicodeConverter::ErrorCode code = UnicodeConverter::Ok;
   while (s < end) {
     std::uint32_t b0 = *s;
     if (b0 < 0x80) {
-      std::size_t n = widenAscii(s, end, t, tEnd);
-      s += n;
-      t += n;
-      if (s == end) break;
-      b0 = *s;
-      if (b0 < 0x80) {
-        if (t == tEnd) {
-          code = Overflow;
-          break;
-        }
-        *t++ = static_cast<std::uint16_t>(b0);
-        ++s;
-        continue;
+      if (kCheckRoom && t == tEnd) {
+        code = UnicodeConverter::Overflow;
+        break;
       }
+      *t++ = static_cast<std::uint16_t>(b0);
+      ++s;
+      if (s < end && *s < 0x80) {  // a run of ASCII: a block at a time
+        std::size_t n = widenAscii(s, end, t, tEnd);
+        s += n;
+        t += n;
+      }
+      continue;
     }
     // A multi-byte character: decode and validate it whole before looking at the room for it.
     std::size_t avail = static_cast<std::size_t>(end - s);
-    std::uint32_t cp;
-    std::size_t length;
-    if (b0 < 0xC2) {  // a stray continuation byte, or C0/C1 whose two-byte forms are all overlong
-      code = Invalid;
-      break;
-    } else if (b0 < 0xE0) {
-      if (avail < 2 || !isTrail(s[1])) {
-        code = Invalid;
+    if (b0 < 0xE0) {
+      // C0 and C1 only start overlong forms; 80 to BF are stray continuation bytes.
+      if (b0 < 0xC2 || avail < 2 || !isTrail(s[1])) {
+        code = UnicodeConverter::Invalid;
         break;
       }
-      cp = ((b0 & 0x1F) << 6) | (s[1] & 0x3Fu);
-      length = 2;
+      if (kCheckRoom && t == tEnd) {
+        code = UnicodeConverter::Overflow;
+        break;
+      }
+      *t++ = static_cast<std::uint16_t>(((b0 & 0x1F) << 6) | (s[1] & 0x3Fu));
+      s += 2;
     } else if (b0 < 0xF0) {
       if (avail < 3 || !isTrail(s[1]) || !isTrail(s[2])) {
-        code = Invalid;
+        code = UnicodeConverter::Invalid;
         break;
       }
-      cp = ((b0 & 0x0F) << 12) | ((s[1] & 0x3Fu) << 6) | (s[2] & 0x3Fu);
+      std::uint32_t cp = ((b0 & 0x0F) << 12) | ((s[1] & 0x3Fu) << 6) | (s[2] & 0x3Fu);
       if (cp < 0x800 || (cp >= 0xD800 && cp <= 0xDFFF)) {
-        code = Invalid;
+        code = UnicodeConverter::Invalid;
         break;
       }
-      length = 3;
-    } else if (b0 < 0xF8) {
-      if (avail < 4 || !isTrail(s[1]) || !isTrail(s[2]) || !isTrail(s[3])) {
-        code = Invalid;
-        break;
-      }
-      cp = ((b0 & 0x07) << 18) | ((s[1] & 0x3Fu) << 12) | ((s[2] & 0x3Fu) << 6) | (s[3] & 0x3Fu);
-      if (cp < 0x10000 || cp > 0x10FFFF) {
-        code = Invalid;
-        break;
-      }
-      length = 4;
-    } else {
-      code = Invalid;
-      break;
-    }
-    if (length < 4) {
-      if (t == tEnd) {
-        code = Overflow;
+      if (kCheckRoom && t == tEnd) {
+        code = UnicodeConverter::Overflow;
         break;
       }
       *t++ = static_cast<std::uint16_t>(cp);
+      s += 3;
     } else {
-      if (tEnd - t < 2) {
-        code = Overflow;
+      if (b0 >= 0xF8 || avail < 4 || !isTrail(s[1]) || !isTrail(s[2]) || !isTrail(s[3])) {
+        code = UnicodeConverter::Invalid;
+        break;
+      }
+      std::uint32_t cp =
+          ((b0 & 0x07) << 18) | ((s[1] & 0x3Fu) << 12) | ((s[2] & 0x3Fu) << 6) | (s[3] & 0x3Fu);
+      if (cp < 0x10000 || cp > 0x10FFFF) {
+        code = UnicodeConverter::Invalid;
+        break;
+      }
+      if (kCheckRoom && tEnd - t < 2) {
+        code = UnicodeConverter::Overflow;
         break;
       }
       unsigned int pair = utf8::make_surrogate_pair(cp);
       t[0] = static_cast<std::uint16_t>(pair & 0xFFFF);
       t[1] = static_cast<std::uint16_t>(pair >> 16);
       t += 2;
+      s += 4;
     }
-    s += length;
   }
-  *source = reinterpret_cast<char const*>(s);
-  *target = t;
+  sRef = s;
+  tRef = t;
+  return code;
 }
 
-void Utf8Converter::fromUnicode(unsigned short const** source, unsigned short const* sourceEnd, char** target,
-                                char const* targetEnd, ErrorCode& code) {
-  std::uint16_t const* s = *source;
-  std::uint16_t const* const end = sourceEnd;
-  std::uint8_t* t = reinterpret_cast<std::uint8_t*>(*target);
-  std::uint8_t const* const tEnd = reinterpret_cast<std::uint8_t const*>(targetEnd);
-  code = Ok;
+// Encodes UTF-16 from s into t, with the same rules; every unit gives at most 3 bytes, so with
+// kCheckRoom false (room for 3 bytes per source unit) the room tests drop out.
+template <bool kCheckRoom>
+UnicodeConverter::ErrorCode encode(std::uint16_t const*& sRef, std::uint16_t const* end, std::uint8_t*& tRef,
+                                   std::uint8_t const* tEnd) {
+  std::uint16_t const* s = sRef;
+  std::uint8_t* t = tRef;
+  UnicodeConverter::ErrorCode code = UnicodeConverter::Ok;
   while (s < end) {
     std::uint32_t c = *s;
     if (c < 0x80) {
-      std::size_t n = narrowAscii(s, end, t, tEnd);
-      s += n;
-      t += n;
-      if (s == end) break;
-      c = *s;
-      if (c < 0x80) {
-        if (t == tEnd) {
-          code = Overflow;
-          break;
-        }
-        *t++ = static_cast<std::uint8_t>(c);
-        ++s;
-        continue;
+      if (kCheckRoom && t == tEnd) {
+        code = UnicodeConverter::Overflow;
+        break;
       }
+      *t++ = static_cast<std::uint8_t>(c);
+      ++s;
+      if (s < end && *s < 0x80) {
+        std::size_t n = narrowAscii(s, end, t, tEnd);
+        s += n;
+        t += n;
+      }
+      continue;
     }
-    std::ptrdiff_t room = tEnd - t;
     if (c < 0x800) {
-      if (room < 2) {
-        code = Overflow;
+      if (kCheckRoom && tEnd - t < 2) {
+        code = UnicodeConverter::Overflow;
         break;
       }
       t[0] = static_cast<std::uint8_t>(0xC0 | (c >> 6));
       t[1] = static_cast<std::uint8_t>(0x80 | (c & 0x3F));
       t += 2;
       s += 1;
-    } else if (c >= 0xD800 && c <= 0xDBFF) {
-      // A high surrogate takes its low surrogate along, or is malformed; the pair is never split.
-      if (end - s < 2 || s[1] < 0xDC00 || s[1] > 0xDFFF) {
-        code = Invalid;
+    } else if (c < 0xD800 || c > 0xDBFF) {  // the rest of the basic plane, a lone low surrogate included
+      if (kCheckRoom && tEnd - t < 3) {
+        code = UnicodeConverter::Overflow;
         break;
       }
-      if (room < 4) {
-        code = Overflow;
+      t[0] = static_cast<std::uint8_t>(0xE0 | (c >> 12));
+      t[1] = static_cast<std::uint8_t>(0x80 | ((c >> 6) & 0x3F));
+      t[2] = static_cast<std::uint8_t>(0x80 | (c & 0x3F));
+      t += 3;
+      s += 1;
+    } else {
+      // A high surrogate takes its low surrogate along, or is malformed; the pair is never split.
+      if (end - s < 2 || s[1] < 0xDC00 || s[1] > 0xDFFF) {
+        code = UnicodeConverter::Invalid;
+        break;
+      }
+      if (kCheckRoom && tEnd - t < 4) {
+        code = UnicodeConverter::Overflow;
         break;
       }
       std::uint32_t cp = 0x10000 + ((c - 0xD800) << 10) + (s[1] - 0xDC00u);
@@ -229,18 +230,33 @@ void Utf8Converter::fromUnicode(unsigned short const** source, unsigned short co
       t[3] = static_cast<std::uint8_t>(0x80 | (cp & 0x3F));
       t += 4;
       s += 2;
-    } else {  // the rest of the basic plane, a lone low surrogate included
-      if (room < 3) {
-        code = Overflow;
-        break;
-      }
-      t[0] = static_cast<std::uint8_t>(0xE0 | (c >> 12));
-      t[1] = static_cast<std::uint8_t>(0x80 | ((c >> 6) & 0x3F));
-      t[2] = static_cast<std::uint8_t>(0x80 | (c & 0x3F));
-      t += 3;
-      s += 1;
     }
   }
+  sRef = s;
+  tRef = t;
+  return code;
+}
+
+}  // namespace
+
+void Utf8Converter::toUnicode(char const** source, char const* sourceEnd, unsigned short** target,
+                              unsigned short const* targetEnd, ErrorCode& code) {
+  std::uint8_t const* s = reinterpret_cast<std::uint8_t const*>(*source);
+  std::uint8_t const* const end = reinterpret_cast<std::uint8_t const*>(sourceEnd);
+  std::uint16_t* t = *target;
+  bool roomForAll = targetEnd - t >= end - s;
+  code = roomForAll ? decode<false>(s, end, t, targetEnd) : decode<true>(s, end, t, targetEnd);
+  *source = reinterpret_cast<char const*>(s);
+  *target = t;
+}
+
+void Utf8Converter::fromUnicode(unsigned short const** source, unsigned short const* sourceEnd, char** target,
+                                char const* targetEnd, ErrorCode& code) {
+  std::uint16_t const* s = *source;
+  std::uint8_t* t = reinterpret_cast<std::uint8_t*>(*target);
+  std::uint8_t const* const tEnd = reinterpret_cast<std::uint8_t const*>(targetEnd);
+  bool roomForAll = (tEnd - t) / 3 >= sourceEnd - s;
+  code = roomForAll ? encode<false>(s, sourceEnd, t, tEnd) : encode<true>(s, sourceEnd, t, tEnd);
   *source = s;
   *target = reinterpret_cast<char*>(t);
 }
