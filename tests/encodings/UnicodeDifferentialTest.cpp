@@ -1,0 +1,291 @@
+// The UTF-8 converter against ICU's: every code point, runs of them, and random byte strings.
+//
+// Where the rules differ, the test pins both sides:
+//  - a lone low surrogate unit is written as three bytes here; ICU reports it as illegal;
+//  - on malformed UTF-8, ICU replaces or skips a maximal ill-formed subpart at once, here one byte is
+//    passed per fault, so the substitute strategy may write more U+FFFD than ICU. With the skip
+//    strategy both give the same text, since ICU's subparts are a lead byte and continuation bytes
+//    that are stray here.
+#include <gtest/gtest.h>
+
+#if defined(VYK_TEST_WITH_ICU)
+
+#include <unicode/ucnv.h>
+#include <unicode/ucnv_err.h>
+
+#include <random>
+#include <string>
+#include <vector>
+
+#include "vyk/util/UnicodeConverter.h"
+
+namespace vyk {
+namespace {
+
+typedef std::basic_string<unsigned short> U16;
+typedef UnicodeConverter UC;
+
+class IcuUtf8 {
+ public:
+  IcuUtf8() {
+    UErrorCode error = U_ZERO_ERROR;
+    converter_ = ucnv_open("UTF-8", &error);
+    EXPECT_TRUE(U_SUCCESS(error));
+  }
+  ~IcuUtf8() { ucnv_close(converter_); }
+
+  // Bytes to UTF-16, stopping at the first fault (skip: passing over faults). Returns false on a fault.
+  bool toUnicode(std::string const& bytes, bool skip, U16& out) {
+    ucnv_reset(converter_);
+    UErrorCode error = U_ZERO_ERROR;
+    ucnv_setToUCallBack(converter_, skip ? UCNV_TO_U_CALLBACK_SKIP : UCNV_TO_U_CALLBACK_STOP, nullptr,
+                        nullptr, nullptr, &error);
+    std::vector<UChar> buffer(bytes.size() * 2 + 4);
+    UChar* t = buffer.data();
+    char const* s = bytes.data();
+    ucnv_toUnicode(converter_, &t, buffer.data() + buffer.size(), &s, bytes.data() + bytes.size(), nullptr,
+                   true, &error);
+    out.assign(buffer.data(), t);
+    return U_SUCCESS(error);
+  }
+
+  bool fromUnicode(U16 const& units, std::string& out) {
+    ucnv_reset(converter_);
+    UErrorCode error = U_ZERO_ERROR;
+    ucnv_setFromUCallBack(converter_, UCNV_FROM_U_CALLBACK_STOP, nullptr, nullptr, nullptr, &error);
+    std::vector<char> buffer(units.size() * 4 + 4);
+    char* t = buffer.data();
+    UChar const* s = reinterpret_cast<UChar const*>(units.data());
+    ucnv_fromUnicode(converter_, &t, buffer.data() + buffer.size(), &s, s + units.size(), nullptr, true,
+                     &error);
+    out.assign(buffer.data(), t);
+    return U_SUCCESS(error);
+  }
+
+ private:
+  UConverter* converter_;
+};
+
+// One call of our virtual operations with ample room.
+bool ourToUnicode(UC& c, std::string const& bytes, U16& out) {
+  std::vector<unsigned short> buffer(bytes.size() + 1);
+  char const* s = bytes.data();
+  unsigned short* t = buffer.data();
+  UC::ErrorCode code = UC::Ok;
+  c.toUnicode(&s, bytes.data() + bytes.size(), &t, buffer.data() + buffer.size(), code);
+  out.assign(buffer.data(), t);
+  EXPECT_TRUE(code == UC::Ok || code == UC::Invalid) << code;
+  return code == UC::Ok;
+}
+
+bool ourFromUnicode(UC& c, U16 const& units, std::string& out) {
+  std::vector<char> buffer(units.size() * 3 + 1);
+  unsigned short const* s = units.data();
+  char* t = buffer.data();
+  UC::ErrorCode code = UC::Ok;
+  c.fromUnicode(&s, units.data() + units.size(), &t, buffer.data() + buffer.size(), code);
+  out.assign(buffer.data(), t);
+  EXPECT_TRUE(code == UC::Ok || code == UC::Invalid) << code;
+  return code == UC::Ok;
+}
+
+U16 unitsOf(unsigned int cp) {
+  if (cp < 0x10000) return U16(1, static_cast<unsigned short>(cp));
+  return U16{static_cast<unsigned short>(0xD7C0 + (cp >> 10)),
+             static_cast<unsigned short>(0xDC00 + (cp & 0x3FF))};
+}
+
+// The three-byte form of a surrogate code point, which strict decoders refuse.
+std::string encodedSurrogate(unsigned int cp) {
+  return {static_cast<char>(0xE0 | (cp >> 12)), static_cast<char>(0x80 | ((cp >> 6) & 0x3F)),
+          static_cast<char>(0x80 | (cp & 0x3F))};
+}
+
+TEST(Utf8AgainstIcu, EveryCodePointOneByOne) {
+  IcuUtf8 icu;
+  Utf8Converter ours;
+  int mismatches = 0;
+  for (unsigned int cp = 0; cp <= 0x10FFFF && mismatches < 10; ++cp) {
+    U16 units = unitsOf(cp);
+    std::string icuBytes, ourBytes;
+    U16 icuUnits, ourUnits;
+    bool isSurrogate = cp >= 0xD800 && cp <= 0xDFFF;
+    bool icuOk = icu.fromUnicode(units, icuBytes);
+    bool ourOk = ourFromUnicode(ours, units, ourBytes);
+    if (!isSurrogate) {
+      if (!icuOk || !ourOk || icuBytes != ourBytes) ++mismatches;
+      EXPECT_TRUE(icuOk && ourOk && icuBytes == ourBytes) << std::hex << cp;
+    } else if (cp < 0xDC00) {
+      EXPECT_FALSE(icuOk);  // a lone high surrogate: both refuse it
+      EXPECT_FALSE(ourOk);
+    } else {
+      EXPECT_FALSE(icuOk);  // a lone low surrogate: ICU refuses it, we write it
+      EXPECT_TRUE(ourOk);
+      EXPECT_EQ(encodedSurrogate(cp), ourBytes);
+    }
+    std::string bytes = isSurrogate ? encodedSurrogate(cp) : icuBytes;
+    icuOk = icu.toUnicode(bytes, false, icuUnits);
+    ourOk = ourToUnicode(ours, bytes, ourUnits);
+    EXPECT_EQ(icuOk, ourOk) << std::hex << cp;
+    EXPECT_EQ(!isSurrogate, ourOk) << std::hex << cp;
+    EXPECT_EQ(icuUnits, ourUnits) << std::hex << cp;
+    if (!isSurrogate) {
+      EXPECT_EQ(units, ourUnits) << std::hex << cp;
+    }
+  }
+}
+
+TEST(Utf8AgainstIcu, RunsOfCodePoints) {
+  IcuUtf8 icu;
+  Utf8Converter ours;
+  for (unsigned int start = 0; start <= 0x10FFFF; start += 1000) {
+    U16 units;
+    for (unsigned int cp = start; cp < start + 1000 && cp <= 0x10FFFF; ++cp) {
+      if (cp < 0xD800 || cp > 0xDFFF) units += unitsOf(cp);
+    }
+    std::string icuBytes, ourBytes;
+    ASSERT_TRUE(icu.fromUnicode(units, icuBytes));
+    ASSERT_TRUE(ourFromUnicode(ours, units, ourBytes));
+    ASSERT_EQ(icuBytes, ourBytes) << std::hex << start;
+    U16 back;
+    ASSERT_TRUE(ourToUnicode(ours, ourBytes, back));
+    ASSERT_EQ(units, back) << std::hex << start;
+    // Through the string overloads and their blocks as well.
+    ASSERT_EQ(units, ours.toUnicode(icuBytes)) << std::hex << start;
+    ASSERT_EQ(icuBytes, ours.fromUnicode(units)) << std::hex << start;
+  }
+}
+
+// Random strings built from pieces that stress the decoder: ASCII runs, well-formed characters of
+// every length, and lead bytes, continuation bytes, overlong, surrogate and too-large forms.
+std::string randomBytes(std::mt19937& rng) {
+  std::string out;
+  int pieces = static_cast<int>(rng() % 12);
+  for (int i = 0; i < pieces; ++i) {
+    switch (rng() % 8) {
+      case 0:
+        out.append(rng() % 24, static_cast<char>('a' + rng() % 26));
+        break;
+      case 1:
+        out += static_cast<char>(rng() & 0xFF);
+        break;
+      case 2:
+      case 3: {
+        unsigned int cp;
+        do {
+          unsigned int planes[] = {0x80, 0x800, 0x10000, 0x110000};
+          cp = rng() % planes[rng() % 4];
+        } while ((cp >= 0xD800 && cp <= 0xDFFF) || cp == 0xFFFD);
+        U16 units = unitsOf(cp);
+        Utf8Converter utf8;
+        out += utf8.fromUnicode(units);
+        break;
+      }
+      case 4: {  // a well-formed character cut short
+        Utf8Converter utf8;
+        std::string whole = utf8.fromUnicode(unitsOf(0x800 + rng() % 0x7000 + (rng() % 2) * 0x10000));
+        out += whole.substr(0, 1 + rng() % (whole.size() - 1));
+        break;
+      }
+      case 5: {
+        char const* bad[] = {
+            "\xC0\x80",         "\xC1\xBF",         "\xE0\x80\x80", "\xED\xA0\x80",         "\xED\xBF\xBF",
+            "\xF0\x80\x80\x80", "\xF4\x90\x80\x80", "\xF5\x80",     "\xF8\x88\x80\x80\x80", "\xFE\xFF"};
+        out += bad[rng() % 10];
+        break;
+      }
+      case 6:
+        out += static_cast<char>(0x80 + rng() % 0x40);
+        break;
+      default:
+        out += static_cast<char>(0xC0 + rng() % 0x40);
+        break;
+    }
+  }
+  return out;
+}
+
+TEST(Utf8AgainstIcu, RandomByteStrings) {
+  IcuUtf8 icu;
+  IntrusivePointer<UC> skipping = UC::utf8ToUnicode();
+  skipping->setInvalidStrategy(UC::INVALID_SKIP);
+  IntrusivePointer<UC> substituting = UC::utf8ToUnicode();
+  substituting->setInvalidStrategy(UC::INVALID_SUBSTITUTE);
+  Utf8Converter strict;
+  std::mt19937 rng(9);
+  int invalid = 0;
+  for (int round = 0; round < 100000; ++round) {
+    std::string bytes = randomBytes(rng);
+    U16 icuUnits, ourUnits;
+    bool icuOk = icu.toUnicode(bytes, false, icuUnits);
+    bool ourOk = ourToUnicode(strict, bytes, ourUnits);
+    ASSERT_EQ(icuOk, ourOk) << round;
+    ASSERT_EQ(icuUnits, ourUnits) << round;  // the same text up to the first fault
+    if (!ourOk) ++invalid;
+    ASSERT_TRUE(icu.toUnicode(bytes, true, icuUnits));
+    U16 skipped = skipping->toUnicode(bytes);
+    ASSERT_EQ(icuUnits, skipped) << round;
+    // Substitution: one U+FFFD for each byte passed over.
+    U16 substituted = substituting->toUnicode(bytes);
+    U16 withoutReplacements;
+    size_t replacements = 0;
+    for (unsigned short unit : substituted) {
+      if (unit == 0xFFFD)
+        ++replacements;
+      else
+        withoutReplacements += unit;
+    }
+    ASSERT_EQ(skipped, withoutReplacements) << round;
+    ASSERT_EQ(bytes.size() - substituting->fromUnicode(skipped).size(), replacements) << round;
+    if (ourOk) {
+      ASSERT_EQ(bytes, strict.fromUnicode(ourUnits)) << round;
+    }
+  }
+  EXPECT_GT(invalid, 30000);  // the generator must give many faults
+  EXPECT_LT(invalid, 90000);
+}
+
+TEST(Utf8AgainstIcu, RandomUnitStrings) {
+  IcuUtf8 icu;
+  Utf8Converter ours;
+  std::mt19937 rng(16);
+  unsigned short const special[] = {0xD800, 0xDBFF, 0xDC00, 0xDFFF, 0x7F, 0x80, 0x7FF, 0x800, 0xFFFF, 0x41};
+  int compared = 0;
+  for (int round = 0; round < 20000; ++round) {
+    U16 units;
+    size_t length = rng() % 40;
+    for (size_t i = 0; i < length; ++i) {
+      units += rng() % 3 == 0 ? special[rng() % 10]
+                              : static_cast<unsigned short>(rng() % (rng() % 2 ? 0x80 : 0x10000));
+    }
+    // A lone low surrogate before any other fault is where the rules differ.
+    bool loneLowFirst = false;
+    for (size_t i = 0; i < units.size(); ++i) {
+      unsigned short u = units[i];
+      if (u >= 0xD800 && u <= 0xDBFF) {
+        if (i + 1 < units.size() && units[i + 1] >= 0xDC00 && units[i + 1] <= 0xDFFF) {
+          ++i;
+          continue;
+        }
+        break;
+      }
+      if (u >= 0xDC00 && u <= 0xDFFF) {
+        loneLowFirst = true;
+        break;
+      }
+    }
+    if (loneLowFirst) continue;
+    std::string icuBytes, ourBytes;
+    bool icuOk = icu.fromUnicode(units, icuBytes);
+    bool ourOk = ourFromUnicode(ours, units, ourBytes);
+    ASSERT_EQ(icuOk, ourOk) << round;
+    ASSERT_EQ(icuBytes, ourBytes) << round;
+    ++compared;
+  }
+  EXPECT_GT(compared, 5000);
+}
+
+}  // namespace
+}  // namespace vyk
+
+#endif

@@ -1,0 +1,241 @@
+// The UESC, UNCR and UPAREN forms: exact generated texts, parsing, bounds, and round trips.
+#include "vyk/util/UnicodeEscapes.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+#include <string>
+#include <vector>
+
+namespace vyk {
+namespace {
+
+typedef std::basic_string<unsigned short> U16;
+typedef UnicodeConverter UC;
+typedef int (*Whole)(U16 const&, IntrusivePointer<UC>, char*, int);
+
+// The ASCII text as code units.
+U16 u(std::string const& ascii) {
+  U16 out;
+  for (unsigned char c : ascii) out += c;
+  return out;
+}
+
+std::string run(Whole f, U16 const& text, IntrusivePointer<UC> conv, int targetLen) {
+  std::vector<char> buf(static_cast<size_t>(targetLen) + 1, '\x7E');
+  int n = f(text, conv, buf.data(), targetLen);
+  EXPECT_EQ('\x7E', buf[static_cast<size_t>(targetLen)]) << "wrote past targetLen";
+  EXPECT_GE(n, 0);
+  EXPECT_LE(n, targetLen);
+  return std::string(buf.data(), static_cast<size_t>(n < 0 ? 0 : n));
+}
+
+TEST(UnicodeEscapes, GeneratedTextsAreExact) {
+  struct Case {
+    Whole f;
+    U16 text;
+    int targetLen;
+    char const* expected;
+  };
+  Case const cases[] = {
+      {generateUESC, {0x20AC}, 64, "\\u20AC"},
+      {generateUESC, u("Az 09"), 64, "Az 09"},
+      {generateUESC, u(","), 64, "\\u002C"},
+      {generateUESC, {0xFFFF, 0x0}, 64, "\\uFFFF\\u0000"},
+      {generateUESC, u("\\u0041"), 64, "\\uu0041"},  // looks like an escape: one more u
+      {generateUESC, u("\\UU00e9x"), 64, "\\uUU00e9x"},
+      {generateUESC, u("\\u12"), 64, "\\u005Cu12"},  // too short to look like one
+      {generateUESC, u("\\n"), 64, "\\u005Cn"},
+      {generateUESC, u("ab,"), 7, "ab"},  // no room for the form: stop before it
+      {generateUESC, u("ab,"), 8, "ab\\u002C"},
+      {generateUESC, u("abc"), 2, "ab"},
+      {generateUESC, {}, 8, ""},
+      {generateUNCR, {0x20AC}, 64, "&#08364;"},
+      {generateUNCR, {0xFFFF, 'A', 0x3B}, 64, "&#65535;A&#00059;"},
+      {generateUNCR, {'A', 0x20AC}, 8, "A"},  // 7 bytes left: no partial form
+      {generateUNCR, {'A', 0x20AC}, 9, "A&#08364;"},
+      {generateUPAREN, {'A', 0x20AC}, 17, "<u0041> <u20AC> "},
+      {generateUPAREN, {'A', 0x20AC}, 16, "<u0041><u20AC>"},
+      {generateUPAREN, {'A', 'B', 'C'}, 20, "<u0041><u0042>"},
+      {generateUPAREN, {0xFFFF}, 9, "<uFFFF> "},
+      {generateUPAREN, {0xFFFF}, 8, "<uFFFF>"},
+      {generateUPAREN, {'A'}, 6, ""},
+      {generateUPAREN, {}, 64, ""},
+  };
+  IntrusivePointer<UC> latin1 = UC::iso88591ToUnicode();
+  for (Case const& c : cases) {
+    SCOPED_TRACE(c.expected);
+    EXPECT_EQ(c.expected, run(c.f, c.text, latin1, c.targetLen));
+  }
+}
+
+TEST(UnicodeEscapes, FormsAreAsciiEvenForAnEbcdicConverter) {
+  IntrusivePointer<UC> ebcdic = UC::openEdition1047ToUnicode();
+  // Plain units go through the converter, forms are ASCII.
+  EXPECT_EQ("\xC1\\u20AC", run(generateUESC, {'A', 0x20AC}, ebcdic, 64));
+  EXPECT_EQ("\xC1&#08364;", run(generateUNCR, {'A', 0x20AC}, ebcdic, 64));
+  EXPECT_EQ("<u0041>", run(generateUPAREN, {'A'}, ebcdic, 64).substr(0, 7));
+}
+
+TEST(UnicodeEscapes, ParsedTexts) {
+  struct Case {
+    Whole f;
+    U16 text;
+    int targetLen;
+    std::string expected;
+  };
+  Case const cases[] = {
+      {parseUESC, u("\\u00E9t\\u00E9"), 64, "\xE9t\xE9"},
+      {parseUESC, u("Az 09"), 64, "Az 09"},
+      {parseUESC, u("\\uu0041"), 64, "\\u0041"},  // an escaped escape
+      {parseUESC, u("\\uUU00e9x"), 64, "\\UU00e9x"},
+      {parseUESC, u("ab,cd"), 64, "ab"},        // an unescaped comma ends the text quietly
+      {parseUESC, u("\\u12G4z"), 64, "\x12z"},  // digits read as far as they are hex
+      {parseUESC, u("\\uZZZZz"), 64, "z"},      // no number: nothing, and go on
+      {parseUESC, u("a\\u00"), 64, "a"},        // cut off: stop
+      {parseUESC, u("a\\"), 64, "a"},
+      {parseUESC, u("a\\uu00"), 64, "a"},
+      {parseUESC, u("\\u0041\\u0042"), 1, "A"},
+      {parseUESC, U16{'\\', 'u', '0', 0x100, '4', '1'}, 64, ""},  // a digit unit above 0xFF
+      {parseUNCR, u("&#00065;&#00233;"), 64, "A\xE9"},
+      {parseUNCR, u("&#65;B"), 64, "AB"},                   // fewer digits are fine
+      {parseUNCR, u("&#65601;"), 64, "A"},                  // the low 16 bits of 65601
+      {parseUNCR, u("x&#0065"), 64, "xA"},                  // cut off by the end: read what is there
+      {parseUNCR, u("x&#0836"), 64, std::string("x\x1A")},  // U+0344 is unmappable in ISO 8859-1
+      {parseUNCR, u("x&#08"), 64, "x"},                     // fewer than 5 units from "&"
+      {parseUNCR, u("x&"), 64, "x"},
+      {parseUNCR, u("&#abc;z"), 64, ";z"},  // no number: the last byte read
+      {parseUNCR, u("&#065536A"), 64,
+       std::string("\0"
+                   "6A",
+                   3)},                                                 // six digits: the sixth is read again
+      {parseUNCR, U16{'&', '#', 0x100, '6', '5', ';', 'B'}, 64, "65"},  // a unit above 0xFF gives 0
+      {parseUNCR, u("&#00065;&#00066;"), 1, "A"},
+      {parseUPAREN, u("<u0041>   <u0042><u00E9>"), 64, "AB\xE9"},
+      {parseUPAREN, u("  <u0041> "), 64, "A"},
+      {parseUPAREN, u("<u0041>xyz"), 64, "A"},
+      {parseUPAREN, u("<u0041><u004"), 64, "A"},
+      {parseUPAREN, u("<v0041>"), 64, ""},
+      {parseUPAREN, u("<u0041><u0042>"), 1, "A"},
+  };
+  IntrusivePointer<UC> latin1 = UC::iso88591ToUnicode();
+  for (Case const& c : cases) {
+    SCOPED_TRACE(latin1->fromUnicode(c.text));
+    EXPECT_EQ(c.expected, run(c.f, c.text, latin1, c.targetLen));
+  }
+}
+
+TEST(UnicodeEscapes, ParsingThroughUtf8WritesAllBytesForUescAndOneForUncr) {
+  IntrusivePointer<UC> utf8 = UC::utf8ToUnicode();
+  EXPECT_EQ("\xE2\x82\xAC", run(parseUESC, u("\\u20AC"), utf8, 64));
+  EXPECT_EQ("\xE2", run(parseUNCR, u("&#08364;"), utf8, 64));
+  EXPECT_EQ("\xE2", run(parseUPAREN, u("<u20AC>"), utf8, 64));
+  // A lone surrogate: the converter's invalid strategy decides.
+  EXPECT_THROW(run(parseUESC, u("\\uD800"), utf8, 64), UC::InvalidError);
+  EXPECT_THROW(run(parseUNCR, u("&#55296;"), utf8, 64), UC::InvalidError);
+  utf8->setInvalidStrategy(UC::INVALID_SUBSTITUTE);
+  EXPECT_EQ("\xEF\xBF\xBD", run(parseUESC, u("\\uD800"), utf8, 64));
+  // A converted character that does not fit the room left: the converter's overflow passes through.
+  EXPECT_THROW(run(parseUESC, u("\\u20AC"), utf8, 2), UC::OverflowError);
+}
+
+TEST(UnicodeEscapes, StepsReturnMinusOneWithoutMoving) {
+  struct Case {
+    int (*step)(unsigned short const*&, unsigned short const*, IntrusivePointer<UC>, char*&, char const*);
+    U16 text;
+    int room;
+    int result;
+    long sourceMoved;
+  };
+  Case const cases[] = {
+      {generateUESCencoding, {0x20AC}, 5, -1, 0},     {generateUESCencoding, {0x20AC}, 6, 6, 1},
+      {generateUESCencoding, u("\\u0041"), 6, -1, 0},  // needs n+6 = 7
+      {generateUESCencoding, u("\\u0041"), 7, 7, 6},  {generateUNCRencoding, {0x20AC}, 7, -1, 0},
+      {generateUNCRencoding, {0x20AC}, 8, 8, 1},      {parseUESCencoding, u("x"), 8, -1, 0},
+      {parseUESCencoding, u("\\"), 8, -1, 0},         {parseUESCencoding, u("\\u004"), 8, -1, 0},
+      {parseUESCencoding, u("\\uu0041"), 4, -1, 0},  // needs n+4 = 6
+      {parseUESCencoding, u("\\uu0041"), 6, 6, 7},    {parseUESCencoding, u("\\u0041"), 1, 1, 6},
+      {parseUNCRencoding, u("&#65;"), 1, 1, 5},       {parseUNCRencoding, u("&#65"), 1, -1, 0},
+      {parseUNCRencoding, u("&x65;"), 1, -1, 0},      {parseUNCRencoding, u("&#00065;"), 0, -1, 0},
+  };
+  IntrusivePointer<UC> latin1 = UC::iso88591ToUnicode();
+  for (Case const& c : cases) {
+    SCOPED_TRACE(latin1->fromUnicode(c.text));
+    std::vector<char> buf(static_cast<size_t>(c.room) + 1, '\x7E');
+    unsigned short const* s = c.text.data();
+    char* t = buf.data();
+    EXPECT_EQ(c.result, c.step(s, c.text.data() + c.text.size(), latin1, t, buf.data() + c.room));
+    EXPECT_EQ(c.sourceMoved, s - c.text.data());
+    EXPECT_EQ(c.result < 0 ? 0 : c.result, t - buf.data());
+    EXPECT_EQ('\x7E', buf[static_cast<size_t>(c.room)]);
+  }
+}
+
+TEST(UnicodeEscapes, LengthsAndFixedTexts) {
+  EXPECT_EQ(5, uescLength(u("u0041").c_str()));
+  EXPECT_EQ(7, uescLength(u("uUu0041").c_str()));
+  EXPECT_EQ(7, uncrLength(u("#65535;").c_str()));
+  EXPECT_EQ(8, uncrLength(u("##65535;").c_str()));
+  struct Case {
+    unsigned short const* (*text)();
+    unsigned short unit;
+  };
+  Case const cases[] = {
+      {backslashUniCharStar, 0x5C},
+      {rbraceUniCharStar, 0x7D},
+      {lbraceUniCharStar, 0x7B},
+      {rbracketUniCharStar, 0x5D},
+      {lbracketUniCharStar, 0x5B},
+      {hatUniCharStar, 0x5E},
+      {tildeUniCharStar, 0x7E},
+      {exclamationUniCharStar, 0x21},
+      {hashUniCharStar, 0x23},
+      {barUniCharStar, 0x7C},
+      {dollarUniCharStar, 0x24},
+      {atUniCharStar, 0x40},
+      {euroUniCharStar, 0x20AC},
+      {halfWidthYenUniCharStar, 0xA5},
+      {fullWidthYenUniCharStar, 0xFFE5},
+      {poundUniCharStar, 0xA3},
+      {bitcoinUniCharStar, 0x20BF},
+      {leftSquareBracketUniCharStar, 0x5B},
+      {rightSquareBracketUniCharStar, 0x5D},
+  };
+  for (Case const& c : cases) {
+    SCOPED_TRACE(c.unit);
+    EXPECT_EQ(c.unit, c.text()[0]);
+    EXPECT_EQ(0, c.text()[1]);
+    EXPECT_EQ(c.text(), c.text());  // one process-wide text
+  }
+}
+
+// parse(generate(x)) gives x in the converter's encoding, for random texts over an alphabet rich in
+// escape-like pieces.
+TEST(UnicodeEscapes, ParseOfGenerateGivesTheTextBack) {
+  unsigned short const alphabet[] = {'\\', 'u', 'U', '0', '4',  '1',  'A',    'f',   ' ',    ',',   '&',
+                                     '#',  ';', '<', '>', 0xE9, 0xFF, 0x20AC, 0x416, 0xFFFF, 0x100, 0x0};
+  std::mt19937 rng(20240607);
+  IntrusivePointer<UC> utf8 = UC::utf8ToUnicode();
+  IntrusivePointer<UC> latin1 = UC::iso88591ToUnicode();
+  for (int round = 0; round < 3000; ++round) {
+    U16 text;
+    size_t length = rng() % 24;
+    for (size_t i = 0; i < length; ++i) text += alphabet[rng() % (sizeof alphabet / sizeof alphabet[0])];
+    std::string latin1Text;
+    for (unsigned short unit : text) latin1Text += static_cast<char>(unit);
+    bool fitsLatin1 = latin1->fromUnicode(text) == latin1Text;
+    int room = static_cast<int>(8 * length + 8);
+    SCOPED_TRACE(utf8->fromUnicode(text));
+
+    std::string uesc = run(generateUESC, text, utf8, room);
+    EXPECT_EQ(utf8->fromUnicode(text), run(parseUESC, utf8->toUnicode(uesc), utf8, room));
+    if (!fitsLatin1) continue;  // UNCR and UPAREN read back one byte per character
+    std::string uncr = run(generateUNCR, text, latin1, room);
+    EXPECT_EQ(latin1Text, run(parseUNCR, latin1->toUnicode(uncr), latin1, room));
+    std::string paren = run(generateUPAREN, text, latin1, room);
+    EXPECT_EQ(latin1Text, run(parseUPAREN, latin1->toUnicode(paren), latin1, room));
+  }
+}
+
+}  // namespace
+}  // namespace vyk
