@@ -2,6 +2,7 @@
 #ifndef VYK_UTIL_DATE_H
 #define VYK_UTIL_DATE_H
 
+#include <cstdint>
 #include <iosfwd>
 
 #include "vyk/util/Export.h"
@@ -27,6 +28,40 @@ constexpr int kMarchZero = 715815;
 // Day number of the 1 March that ends year y - 1 on the March-based count, for y >= 0.
 constexpr int marchFirst(int y) {
   return 365 * y + y / 4 - y / 100 + y / 400 - y / 4000 - kMarchZero;
+}
+
+// The year whose 1 March passed most recently, and the days since that 1 March (0..365).
+struct MarchSplit {
+  int year;
+  int days;
+};
+
+// The reverse reckoning, without loops or branches. Every Date value, INVALID included, lies after
+// 1 March of year 0, so the count is positive and unsigned. A 4000-year block is ten 400-year blocks
+// whose very last day (29 February of the year divisible by 4000) is missing; since it is the last,
+// the rest of the count splits into centuries and years as on a calendar without that rule.
+// Centuries and years are found on a count of quarter days; 2939745 / 2^32 stands for 4 / 1461, exact
+// over a century, so the high half of the product is the year and the low half the day within it.
+inline MarchSplit splitAtMarch(int dayNumber) {
+  std::uint32_t n = static_cast<std::uint32_t>(dayNumber + kMarchZero);
+  std::uint32_t const blocks4000 = n / 1460969u;
+  n -= blocks4000 * 1460969u;
+  std::uint32_t const quarters = 4 * n + 3;
+  std::uint32_t const centuries = quarters / 146097u;
+  std::uint32_t const inCentury = quarters % 146097u / 4;
+  std::uint64_t const product = std::uint64_t{2939745} * (4 * inCentury + 3);
+  std::uint32_t const yearInCentury = static_cast<std::uint32_t>(product >> 32);
+  std::uint32_t const days = static_cast<std::uint32_t>(product) / 2939745u / 4;
+  return {static_cast<int>(blocks4000 * 4000 + centuries * 100 + yearInCentury), static_cast<int>(days)};
+}
+
+// Month and day of the days since 1 March: 2141 / 65536 stands for 5 / 153, exact over 0..365. The
+// month counts 3 (March) to 14 (February of the next year).
+inline int marchMonth(int days) {
+  return (2141 * days + 197913) >> 16;
+}
+inline int marchDay(int days) {
+  return ((2141 * days + 197913) & 0xFFFF) / 2141 + 1;
 }
 
 // Throws RangeException naming `what`: for results that do not fit an int.
@@ -183,7 +218,12 @@ class VYK_EXPORT Date {
   int dayOfWeek() const;  // 1 Sunday .. 7 Saturday
   // The year whose 1 March passed most recently, and the days since then (0..365).
   void yearAtAndDaysSinceLastMarch(int& year, int& days) const;
-  YearMonthDay yearMonthDay() const;
+  YearMonthDay yearMonthDay() const {
+    detail::MarchSplit const s = detail::splitAtMarch(day_);
+    int const m = detail::marchMonth(s.days);
+    int const nextYear = m > 12 ? 1 : 0;
+    return {s.year + nextYear, m - 12 * nextYear, detail::marchDay(s.days)};
+  }
   YearMonth yearMonth() const;
   int year() const;
   YearDayOfYear yearDayOfYear() const;

@@ -20,52 +20,16 @@ void throwNotAnInt(char const* what) {
 using detail::kFirstDay;
 using detail::kFirstYear;
 using detail::kLastDay;
-using detail::kMarchZero;
-using detail::kOffsetFromMarch;
 using detail::marchFirst;
 
 namespace {
 
-// Day lengths of the nested blocks of the March-based count, from 1 March of year 0: 4000 years are
-// ten 400-year blocks less the one leap day that the 4000-year rule drops.
-constexpr int kDays4000 = 1460969;
-constexpr int kDays400 = 146097;
-constexpr int kDays100 = 36524;
-constexpr int kDays4 = 1461;
-
-struct MarchSplit {
-  int year;  // the year whose 1 March passed most recently
-  int days;  // days since that 1 March, 0..365
-};
-
-// Every Date value, INVALID included, lies after 1 March of year 0, so n is positive and the
-// truncating divisions are floors. Only additions and divisions by constants: when a caller needs
-// just the days, the compiler drops the year.
-inline MarchSplit splitAtMarch(int dayNumber) {
-  int n = dayNumber + kMarchZero;
-  int year = (n / kDays4000) * 4000;
-  n %= kDays4000;
-  year += (n / kDays400) * 400;
-  n %= kDays400;
-  if (n == kDays400 - 1) return {year + 399, 365};  // 29 February closing a 400-year block
-  year += (n / kDays100) * 100;
-  n %= kDays100;
-  year += (n / kDays4) * 4;
-  n %= kDays4;
-  if (n == kDays4 - 1) return {year + 3, 365};  // 29 February closing a 4-year block
-  return {year + n / 365, n % 365};
-}
+using detail::MarchSplit;
+using detail::splitAtMarch;
 
 inline int monthOfMarchDays(int days) {
-  if (days > 336) return 2;
-  if (days >= 306) return 1;
-  return (days * 5 + 461) / 153;
-}
-
-inline int dayOfMonthOfMarchDays(int days, int month) {
-  if (month == 2) return days - 336;
-  if (month == 1) return days - 305;
-  return days - kOffsetFromMarch[month];
+  int const m = detail::marchMonth(days);
+  return m > 12 ? m - 12 : m;
 }
 
 inline int calendarYear(MarchSplit s) {
@@ -112,7 +76,7 @@ Date Date::localDate() {
 Date::MonthDay Date::monthDay() const {
   int const days = splitAtMarch(day_).days;
   int const m = monthOfMarchDays(days);
-  return {m, dayOfMonthOfMarchDays(days, m)};
+  return {m, detail::marchDay(days)};
 }
 
 int Date::quarter() const {
@@ -135,12 +99,6 @@ void Date::yearAtAndDaysSinceLastMarch(int& year, int& days) const {
   MarchSplit const s = splitAtMarch(day_);
   year = s.year;
   days = s.days;
-}
-
-Date::YearMonthDay Date::yearMonthDay() const {
-  MarchSplit const s = splitAtMarch(day_);
-  int const m = monthOfMarchDays(s.days);
-  return {calendarYear(s), m, dayOfMonthOfMarchDays(s.days, m)};
 }
 
 Date::YearMonth Date::yearMonth() const {
