@@ -184,24 +184,6 @@ TEST(TimeDurationParts, ValuesBeyondTheIntegersThrow) {
   EXPECT_EQ(-9223372036854775807LL - 1, TimeDuration(-9223372036854775808.0).totalIntSeconds());
 }
 
-TEST(TimeDurationParts, MakersAndArithmetic) {
-  EXPECT_EQ(129600.0, TimeDuration::days(1.5).totalSeconds());
-  EXPECT_EQ(5400.0, TimeDuration::hours(1.5).totalSeconds());
-  EXPECT_EQ(90.0, TimeDuration::minutes(1.5).totalSeconds());
-  EXPECT_EQ(1.5, TimeDuration::seconds(1.5).totalSeconds());
-  EXPECT_DOUBLE_EQ(1.5, TimeDuration::ms(1500.0).totalSeconds());
-  EXPECT_DOUBLE_EQ(1.5, TimeDuration::us(1500000.0).totalSeconds());
-  EXPECT_DOUBLE_EQ(1.5, TimeDuration::ns(1500000000.0).totalSeconds());
-  EXPECT_EQ(3723.5, TimeDuration(1.0, 2.0, 3.5).totalSeconds());
-  TimeDuration d(10.0);
-  d += TimeDuration(5.0);
-  d -= TimeDuration(20.0);
-  EXPECT_EQ(-5.0, d.totalSeconds());
-  EXPECT_EQ(5.0, (-d).totalSeconds());
-  EXPECT_TRUE(d < TimeDuration(0.0));
-  EXPECT_TRUE(TimeDuration(kNaN) != TimeDuration(kNaN));
-}
-
 std::string printed(TimeDuration const& d) {
   std::ostringstream text;
   text << d;

@@ -3,15 +3,15 @@
 
 #include <gtest/gtest.h>
 
-#include <stdlib.h>
-#include <time.h>
-
 #include <climits>
 #include <cmath>
 #include <limits>
 #include <sstream>
 #include <string>
+#include <thread>
+#include <vector>
 
+#include "support/ZoneSetting.h"
 #include "vyk/util/Exception.h"
 #include "vyk/util/Portable.h"
 
@@ -201,29 +201,6 @@ TEST(MillisTimePrinting, AsTheDatetimeOfTheValue) {
   }
 }
 
-// Sets TZ for the life of the object and puts the old value back.
-class ZoneSetting {
- public:
-  explicit ZoneSetting(char const* zone) {
-    char const* old = getenv("TZ");
-    had_ = old != nullptr;
-    if (had_) old_ = old;
-    setenv("TZ", zone, 1);
-    tzset();
-  }
-  ~ZoneSetting() {
-    if (had_)
-      setenv("TZ", old_.c_str(), 1);
-    else
-      unsetenv("TZ");
-    tzset();
-  }
-
- private:
-  bool had_;
-  std::string old_;
-};
-
 TEST(MillisTimeLocal, FixedZonesShiftAndShiftBack) {
   struct Case {
     char const* zone;
@@ -239,7 +216,7 @@ TEST(MillisTimeLocal, FixedZonesShiftAndShiftBack) {
       (long long)MillisTime(Date(1582, 1, 1), MillisDuration(0, 30, 0, 999)),
   };
   for (Case const& z : zones) {
-    ZoneSetting zone(z.zone);
+    test_support::ZoneSetting zone(z.zone);
     for (long long instant : instants) {
       SCOPED_TRACE(std::string(z.zone) + " at " + std::to_string(instant));
       MillisTime const utc(instant);
@@ -250,8 +227,26 @@ TEST(MillisTimeLocal, FixedZonesShiftAndShiftBack) {
   }
 }
 
+TEST(MillisTimeLocal, ConversionsFromSeveralThreadsAgree) {
+  test_support::ZoneSetting zone("XYZ-3");
+  std::vector<int> wrong(4, 0);
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 4; ++t) {
+    threads.emplace_back([t, &wrong] {
+      for (long long i = 0; i < 2000; ++i) {
+        MillisTime const utc(i * 86399999LL * (t + 1));
+        vyc_tm now;
+        vyc_local_now(&now);
+        if ((long long)utc.UtcToLocal() - (long long)utc != 3 * 3600000LL || now.tm_year < 100) ++wrong[t];
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(std::vector<int>(4, 0), wrong);
+}
+
 TEST(MillisTimeLocal, ClocksAgreeWithEachOtherAndTheZone) {
-  ZoneSetting zone("XYZ-3");
+  test_support::ZoneSetting zone("XYZ-3");
   unsigned long long before = 0, after = 0;
   vyc_millitm(&before);
   MillisTime const utc = MillisTime::utcTime();

@@ -11,6 +11,8 @@
 #include <cstring>
 #include <string>
 
+#include "support/ZoneSetting.h"
+
 namespace {
 
 int sign(int v) {
@@ -102,29 +104,6 @@ TEST(PortableLibraries, LoadsFindsAndReportsFailure) {
   EXPECT_NE(nullptr, std::strstr(why, "libnothing"));
 }
 
-// Sets TZ for the life of the object and puts the old value back.
-class ZoneSetting {
- public:
-  explicit ZoneSetting(char const* zone) {
-    char const* old = getenv("TZ");
-    had_ = old != nullptr;
-    if (had_) old_ = old;
-    setenv("TZ", zone, 1);
-    tzset();
-  }
-  ~ZoneSetting() {
-    if (had_)
-      setenv("TZ", old_.c_str(), 1);
-    else
-      unsetenv("TZ");
-    tzset();
-  }
-
- private:
-  bool had_;
-  std::string old_;
-};
-
 long long secondsOfDay(vyc_tm const& t) {
   return t.tm_hour * 3600LL + t.tm_min * 60LL + t.tm_sec;
 }
@@ -157,7 +136,7 @@ TEST(PortableClocks, LocalTimeFollowsAChangedZone) {
   Case const cases[] = {{"UTC0", 0}, {"XYZ-3", 3 * 3600}, {"ABC+5:30", -(5 * 3600 + 1800)}};
   for (Case const& c : cases) {
     SCOPED_TRACE(c.zone);
-    ZoneSetting zone(c.zone);
+    vyk::test_support::ZoneSetting zone(c.zone);
     vyc_tm gmt;
     vyc_tm local;
     for (int attempt = 0; attempt < 3; ++attempt) {

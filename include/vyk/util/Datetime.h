@@ -17,9 +17,9 @@ constexpr double kInvalidSecond = kFirstSecond - 1.0;
 
 // A signed span of seconds, fractions allowed, without range or marker.
 //
-// The integral accessors start from the value truncated towards zero, t; every part of a negative
-// span is zero or negative. They throw RangeException when t does not fit 64 bits (a NaN included)
-// or, for hours(), when the hours do not fit an int.
+// Every accessor but totalSeconds() starts from the value truncated towards zero, t; every part of a
+// negative span is zero or negative. They throw RangeException when t does not fit 64 bits (a NaN
+// included) or, for hours(), when the hours do not fit an int.
 class VYK_EXPORT TimeDuration {
  public:
   constexpr explicit TimeDuration(double const& seconds) : value_(seconds) {}
