@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds the optimised library and tools, installs them under
-# build/release-install, and runs the main job: vykrec converting a PC text file to Unix lines and back.
+# build/release-install, and runs the main job: vykrec converting a PC text file to Unix lines, to
+# mainframe variable blocked records, and back.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -14,6 +15,9 @@ work=build/quickstart
 mkdir -p "$work"
 sample=samples/pc-text.txt
 
-"$vykrec" copy --from S --to S "$sample" "$work/copy.txt"
-cmp "$sample" "$work/copy.txt"
-echo "vykrec: copied $sample to $work/copy.txt, byte for byte"
+# PC lines (CR LF) -> Unix lines (LF) -> mainframe variable blocked records -> PC lines again.
+"$vykrec" copy --from V --to V --to-termstr LF "$sample" "$work/unix.txt"
+"$vykrec" copy --from V --to S370VB "$work/unix.txt" "$work/records.vb"
+"$vykrec" copy --from S370VB --to V --to-termstr CRLF "$work/records.vb" "$work/pc.txt"
+cmp "$sample" "$work/pc.txt"
+echo "vykrec: $sample -> $work/unix.txt (LF lines) -> $work/records.vb (S370VB) -> $work/pc.txt, byte for byte"
