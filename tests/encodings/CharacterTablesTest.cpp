@@ -18,9 +18,9 @@ TEST(CharacterTables, CaseMappingsOfTheLatin1AndCodePage1252Letters) {
     unsigned char byte, upper, lower;
   };
   Case const cases[] = {
-      {'a', 'A', 'a'},   {'Z', 'Z', 'z'},   {0xFF, 0x9F, 0xFF}, {0x9F, 0x9F, 0xFF}, {0xDF, 0xDF, 0xDF},
+      {'a', 'A', 'a'},    {'Z', 'Z', 'z'},    {0xFF, 0x9F, 0xFF}, {0x9F, 0x9F, 0xFF}, {0xDF, 0xDF, 0xDF},
       {0xD7, 0xD7, 0xD7}, {0xF7, 0xF7, 0xF7}, {0xC0, 0xC0, 0xE0}, {0xFE, 0xDE, 0xFE}, {0x8A, 0x8A, 0x9A},
-      {0x9E, 0x8E, 0x9E}, {'[', '[', '['},   {'_', '_', '_'},    {0x00, 0x00, 0x00},
+      {0x9E, 0x8E, 0x9E}, {'[', '[', '['},    {'_', '_', '_'},    {0x00, 0x00, 0x00},
   };
   for (Case const& c : cases) {
     SCOPED_TRACE(static_cast<int>(c.byte));
@@ -33,9 +33,9 @@ TEST(CharacterTables, ClassBitsOfSampleBytes) {
   struct Case {
     unsigned char byte, bits;
   };
-  Case const cases[] = {{0x09, 0x48}, {' ', 0x28}, {'0', 0x84}, {'A', 0x81}, {'G', 0x01}, {'f', 0x82},
-                        {0x7F, 0x40}, {0x85, 0x48}, {0xA0, 0x08}, {0xAA, 0x02}, {0xAD, 0x40}, {0xD7, 0x10},
-                        {0xDF, 0x02}, {0xF7, 0x10}, {0x8A, 0x40}};
+  Case const cases[] = {{0x09, 0x48}, {' ', 0x28},  {'0', 0x84},  {'A', 0x81},  {'G', 0x01},
+                        {'f', 0x82},  {0x7F, 0x40}, {0x85, 0x48}, {0xA0, 0x08}, {0xAA, 0x02},
+                        {0xAD, 0x40}, {0xD7, 0x10}, {0xDF, 0x02}, {0xF7, 0x10}, {0x8A, 0x40}};
   for (Case const& c : cases) {
     SCOPED_TRACE(static_cast<int>(c.byte));
     EXPECT_EQ(c.bits, ctypeTable_[c.byte]);
@@ -60,8 +60,8 @@ TEST(CharacterTables, IsUpperAndIsLowerPassOverNonLetters) {
     char const* text;
     bool upper, lower;
   };
-  Case const cases[] = {{"", true, true},        {"123", true, true},      {"ABC 1", true, false},
-                        {"abc", false, true},    {"aB", false, false},     {"\xC0\xC1", true, false},
+  Case const cases[] = {{"", true, true},         {"123", true, true},  {"ABC 1", true, false},
+                        {"abc", false, true},     {"aB", false, false}, {"\xC0\xC1", true, false},
                         {"\xE0\xDF", false, true}};
   for (Case const& c : cases) {
     SCOPED_TRACE(c.text);
@@ -80,9 +80,10 @@ TEST(CharacterTables, IcomparenOnCountedTexts) {
     int expected;
   };
   Case const cases[] = {
-      {"abc", 3, "ABC", 3, 10, 0},   {"abc", 3, "abd", 3, 10, 'c' - 'd'}, {"abc", 3, "ab", 2, 10, 1},
-      {"ab", 2, "abcd", 4, 10, -2},  {"abc", 3, "ab", 2, 2, 0},           {"x", 1, "y", 1, 0, 0},
-      {"\xC0", 1, "\xE0", 1, 1, 0},  {"a\0b", 3, "A\0c", 3, 3, 'b' - 'c'},
+      {"abc", 3, "ABC", 3, 10, 0},  {"abc", 3, "abd", 3, 10, 'c' - 'd'},
+      {"abc", 3, "ab", 2, 10, 1},   {"ab", 2, "abcd", 4, 10, -2},
+      {"abc", 3, "ab", 2, 2, 0},    {"x", 1, "y", 1, 0, 0},
+      {"\xC0", 1, "\xE0", 1, 1, 0}, {"a\0b", 3, "A\0c", 3, 3, 'b' - 'c'},
   };
   for (Case const& c : cases) {
     SCOPED_TRACE(c.s);
@@ -108,8 +109,8 @@ TEST(CharRepresentation, AlphanumericValues) {
   struct Case {
     unsigned char ascii, ebcdic, value;
   };
-  Case const cases[] = {{'0', 0xF0, 0},   {'9', 0xF9, 9},   {'A', 0xC1, 10}, {'i', 0x89, 18},
-                        {'J', 0xD1, 19},  {'r', 0x99, 27},  {'S', 0xE2, 28}, {'z', 0xA9, 35}};
+  Case const cases[] = {{'0', 0xF0, 0},  {'9', 0xF9, 9},  {'A', 0xC1, 10}, {'i', 0x89, 18},
+                        {'J', 0xD1, 19}, {'r', 0x99, 27}, {'S', 0xE2, 28}, {'z', 0xA9, 35}};
   for (Case const& c : cases) {
     EXPECT_EQ(c.value, CharRepresentation::ASCII_ALPHANUMERIC_TABLE[c.ascii]);
     EXPECT_EQ(c.value, CharRepresentation::EBCDIC_ALPHANUMERIC_TABLE[c.ebcdic]);

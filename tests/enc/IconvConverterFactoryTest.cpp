@@ -1,0 +1,161 @@
+// Converters from the iconv-backed factory: the kind chosen, the bytes made, the codes reported.
+#include "vyk/enc/IconvConverterFactory.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "vyk/util/Exception.h"
+
+namespace vyk {
+namespace {
+
+IntrusivePointer<CharConverter> make(char const* from, char const* to,
+                                     CharConverter::ErrorHandler const* handler = nullptr) {
+  IconvConverterFactory const factory(handler);
+  return factory.create(CharEncoding::forName(from), CharEncoding::forName(to));
+}
+
+enum Kind { IDENTITY, TABLE, ICONV };
+
+Kind kindOf(CharConverter const& converter) {
+  if (converter.isIdentity()) return IDENTITY;
+  return dynamic_cast<TrantabCharConverter const*>(&converter) != nullptr ? TABLE : ICONV;
+}
+
+TEST(IconvConverterFactory, ConvertsBetweenEncodings) {
+  struct Case {
+    char const* from;
+    char const* to;
+    Kind kind;
+    std::string in;
+    std::string out;
+  };
+  Case const cases[] = {
+      // iconv's IBM-1047 has line feed 0x25, unlike the library's OpenEdition table.
+      {"ISO-8859-1", "IBM-1047", TABLE, "Hi,\n\xFF[]", "\xC8\x89\x6B\x25\xDF\xAD\xBD"},
+      {"IBM-1047", "ISO-8859-1", TABLE, "\xC8\x89\x6B\x25\xDF\x15", "Hi,\n\xFF\x85"},
+      {"ISO-8859-1", "IBM037", TABLE, "[]^", "\xBA\xBB\xB0"},
+      {"CP1252", "ISO-8859-1", TABLE, "caf\xE9", "caf\xE9"},
+      {"ISO-8859-1", "CP1252", TABLE, "caf\xE9", "caf\xE9"},
+      {"ISO-8859-1", "LATIN1", IDENTITY, "\x80\x81\xFF", "\x80\x81\xFF"},
+      {"CP1252", "CP1252", IDENTITY, "\x81", "\x81"},
+      {"ISO-8859-1", "UTF-8", ICONV, "caf\xE9", "caf\xC3\xA9"},
+      {"UTF-8", "ISO-8859-1", ICONV, "caf\xC3\xA9", "caf\xE9"},
+      {"CP1252", "UTF-8", ICONV, "\x80", "\xE2\x82\xAC"},
+      {"UTF-8", "IBM-1047", ICONV, "A\xC3\xA9\n", std::string("\xC1\x51\x25", 3)},
+      {"UTF-8", "UTF-16LE", ICONV, "A\xE2\x82\xAC", std::string("A\0\xAC\x20", 4)},
+      {"UTF-8", "UTF-16", ICONV, "A", std::string("A\0", 2)},  // no mark inside a record
+      {"UTF-32BE", "UTF-8", ICONV, std::string("\0\0\0A\0\0\x20\xAC", 8), "A\xE2\x82\xAC"},
+      {"UTF-8", "UTF-8", IDENTITY, "\xFF", "\xFF"},
+  };
+  for (Case const& c : cases) {
+    SCOPED_TRACE(std::string(c.from) + " to " + c.to);
+    IntrusivePointer<CharConverter> converter = make(c.from, c.to);
+    EXPECT_EQ(c.kind, kindOf(*converter));
+    std::vector<char> out(converter->maxRequiredOutputBufferLength(c.in.size()));
+    unsigned long const n = converter->convert(c.in.data(), c.in.size(), out.data(), out.size());
+    EXPECT_EQ(c.out, std::string(out.data(), n));
+  }
+}
+
+// Records the handler calls as letters.
+class RecordingHandler : public CharConverter::ErrorHandler {
+ public:
+  void onOverflow() const override { calls += 'O'; }
+  void onInvalid() const override { calls += 'I'; }
+  void onUnmappable() const override { calls += 'U'; }
+  mutable std::string calls;
+};
+
+TEST(IconvConverterFactory, ReportsBytesTheTargetCannotHoldAndMalformedSource) {
+  struct Case {
+    char const* from;
+    char const* to;
+    std::string in;
+    unsigned long dstLen;
+    std::string out;
+    char const* calls;
+  };
+  Case const cases[] = {
+      {"ISO-8859-1", "CP1252", "ab\x81z", 8, "ab", "U"},  // U+0081 has no place in CP1252
+      {"CP1252", "ISO-8859-1", "ab\x81z", 8, "ab", "I"},  // 0x81 is no character of CP1252
+      {"CP1252", "ISO-8859-1", "ab\x80z", 8, "ab", "U"},  // the euro sign has no place in Latin-1
+      {"CP1252", "ISO-8859-1", "abcdef", 3, "abc", "O"},
+      {"UTF-8", "ISO-8859-1", "a\xE2\x82\xAC", 8, "a", "U"},
+      {"UTF-8", "ISO-8859-1",
+       "a\xFF"
+       "b",
+       8, "a", "I"},
+      {"UTF-8", "ISO-8859-1", "a\xC3", 8, "a", "I"},  // cut short at the end of the source
+      {"ISO-8859-1", "UTF-8", "\xE9\xE9\xE9", 5, "\xC3\xA9\xC3\xA9", "O"},
+      {"ISO-8859-1", "UTF-16BE", "abc", 5, std::string("\0a\0b", 4), "O"},
+      {"UTF-8", "IBM-1047", "a\xE2\x82\xAC", 8, "\x81", "U"},
+  };
+  for (Case const& c : cases) {
+    SCOPED_TRACE(std::string(c.from) + " to " + c.to + ": " + c.in);
+    RecordingHandler handler;
+    IntrusivePointer<CharConverter> converter = make(c.from, c.to, &handler);
+    std::vector<char> out(c.dstLen);  // exact size: AddressSanitizer sees any write past it
+    unsigned long const n = converter->convert(c.in.data(), c.in.size(), out.data(), out.size());
+    EXPECT_EQ(c.out, std::string(out.data(), n));
+    EXPECT_EQ(c.calls, handler.calls);
+  }
+}
+
+TEST(IconvConverterFactory, IncompleteCharacterWaitsForMoreSourceUnlessAtEnd) {
+  IntrusivePointer<CharConverter> converter = make("UTF-8", "UTF-16BE");
+  std::string const in = "a\xE2\x82";
+  for (bool atEnd : {false, true}) {
+    SCOPED_TRACE(atEnd);
+    char out[8];
+    char const* source = in.data();
+    char* target = out;
+    CharConverter::ErrorCode code = CharConverter::Overflow;
+    converter->convert(&source, in.data() + in.size(), &target, out + sizeof out, true, atEnd, code, false);
+    EXPECT_EQ(atEnd ? CharConverter::Invalid : CharConverter::Ok, code);
+    EXPECT_EQ(1, source - in.data());
+    EXPECT_EQ(std::string("\0a", 2), std::string(out, target));
+  }
+}
+
+TEST(IconvConverterFactory, NullOrUnknownEncodingsAreRefused) {
+  IconvConverterFactory const* factory = IconvConverterFactory::instance();
+  CharEncoding const* latin1 = CharEncoding::forName("ISO-8859-1");
+  EXPECT_THROW(factory->create(nullptr, latin1), InvalidArgumentException);
+  EXPECT_THROW(factory->create(latin1, nullptr), InvalidArgumentException);
+  EXPECT_THROW(CharEncoding::forName("NO-SUCH-ENCODING"), InvalidArgumentException);
+  CharConversionSpec const spec(latin1, CharEncoding::tryForName("NO-SUCH-ENCODING"), factory);
+  EXPECT_FALSE(spec.create1to2()) << "an incomplete description converts nothing";
+  EXPECT_EQ(4, make("ISO-8859-1", "UTF-8")->maxTargetBytesPerChar());
+  EXPECT_EQ(4, make("UTF-16LE", "IBM-1047")->maxSourceBytesPerChar());
+}
+
+TEST(IconvConverterFactory, ConvertersServeManyThreadsAtOnce) {
+  IntrusivePointer<CharConverter> const toUtf16 = make("UTF-8", "UTF-16LE");
+  IntrusivePointer<CharConverter> const toEbcdic = make("ISO-8859-1", "IBM-1047");
+  int const threadCount = 4;
+  std::vector<int> failures(threadCount, 0);
+  std::vector<std::thread> threads;
+  for (int t = 0; t < threadCount; ++t) {
+    threads.emplace_back([&, t]() {
+      for (int round = 0; round < 300; ++round) {
+        std::string const in = "x\xC3\xA9" + std::to_string(round * threadCount + t);
+        char out[64];
+        unsigned long const n = toUtf16->convert(in.data(), in.size(), out, sizeof out);
+        std::string expected("x\0\xE9\0", 4);
+        for (char digit : std::to_string(round * threadCount + t)) expected += std::string(1, digit) + '\0';
+        if (std::string(out, n) != expected) ++failures[t];
+        unsigned long const m = toEbcdic->convert("AZ\n", 3, out, sizeof out);
+        if (std::string(out, m) != "\xC1\xE9\x25") ++failures[t];
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  for (int t = 0; t < threadCount; ++t) EXPECT_EQ(0, failures[t]) << "thread " << t;
+}
+
+}  // namespace
+}  // namespace vyk

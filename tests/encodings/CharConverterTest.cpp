@@ -1,0 +1,277 @@
+// The converter wrappers, the error handlers, the single-byte converters and sharing across threads.
+#include "vyk/util/CharConverter.h"
+
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "vyk/util/Exception.h"
+
+namespace vyk {
+namespace {
+
+// Copies bytes like the identity, but stops in front of 0x01 with Invalid and in front of 0x02 with
+// Unmappable, as a converter for a real multi-byte encoding would.
+class StoppingConverter : public SingleByteCharConverter {
+ public:
+  using CharConverter::convert;
+  explicit StoppingConverter(ErrorHandler const* handler) : SingleByteCharConverter(handler) {}
+  void convert(char const** source, char const* sourceEnd, char** target, char const* targetEnd, bool, bool,
+               ErrorCode& code, bool) const override {
+    code = Ok;
+    while (*source != sourceEnd) {
+      if (**source == '\x01' || **source == '\x02') {
+        code = **source == '\x01' ? Invalid : Unmappable;
+        return;
+      }
+      if (*target == targetEnd) {
+        code = Overflow;
+        return;
+      }
+      *(*target)++ = *(*source)++;
+    }
+  }
+};
+
+struct HandlerThrew {};
+
+// Writes one letter per call (O, I, U) and throws when asked to.
+class RecordingHandler : public CharConverter::ErrorHandler {
+ public:
+  explicit RecordingHandler(bool throws) : throws_(throws) {}
+  void onOverflow() const override { record('O'); }
+  void onInvalid() const override { record('I'); }
+  void onUnmappable() const override { record('U'); }
+  mutable std::string calls;
+
+ private:
+  void record(char c) const {
+    calls += c;
+    if (throws_) throw HandlerThrew();
+  }
+  bool throws_;
+};
+
+enum Wrapper { CONVERT, PAD, PAD_OR_TRUNC, TRUNC };
+
+TEST(CharConverter, WrappersDispatchCodesAndPadAfterTheHandler) {
+  struct Case {
+    Wrapper wrapper;
+    char const* source;
+    unsigned long dstLen;
+    bool handlerThrows;
+    char const* dst;  // the target after the call; '.' marks bytes never written
+    long result;      // the returned count, -1 for the padding forms and for a throw
+    char const* calls;
+  };
+  Case const cases[] = {
+      {CONVERT, "abc", 5, false, "abc..", 3, ""},
+      {CONVERT, "", 3, false, "...", 0, ""},
+      {CONVERT, "abcdef", 4, false, "abcd", 4, "O"},
+      {CONVERT, "abcdef", 4, true, "abcd", -1, "O"},
+      {CONVERT,
+       "ab\x01"
+       "cd",
+       5, false, "ab...", 2, "I"},
+      {CONVERT,
+       "ab\x02"
+       "cd",
+       5, false, "ab...", 2, "U"},
+      {PAD, "abc", 5, false, "abc##", -1, ""},
+      {PAD, "abcde", 5, false, "abcde", -1, ""},
+      {PAD, "", 3, false, "###", -1, ""},
+      {PAD, "abcdef", 4, false, "abcd", -1, "O"},
+      {PAD,
+       "a\x01"
+       "c",
+       5, false, "a####", -1, "I"},
+      {PAD,
+       "a\x01"
+       "c",
+       5, true, "a....", -1, "I"},
+      {PAD,
+       "a\x02"
+       "c",
+       5, false, "a####", -1, "U"},
+      {PAD_OR_TRUNC, "abcdef", 4, false, "abcd", -1, ""},
+      {PAD_OR_TRUNC, "ab", 4, false, "ab##", -1, ""},
+      {PAD_OR_TRUNC,
+       "a\x02"
+       "cdef",
+       4, false, "a###", -1, "U"},
+      {PAD_OR_TRUNC,
+       "a\x01"
+       "cdef",
+       4, true, "a...", -1, "I"},
+      {TRUNC, "abcd", 4, false, "abcd", 4, ""},
+      {TRUNC, "abcdef", 4, false, "abcd", 4, ""},
+      {TRUNC, "ab\x01", 4, false, "ab..", 2, "I"},
+      {TRUNC, "ab\x02", 4, true, "ab..", -1, "U"},
+  };
+  for (Case const& c : cases) {
+    SCOPED_TRACE(std::to_string(c.wrapper) + " '" + c.source + "' into " + std::to_string(c.dstLen));
+    RecordingHandler handler(c.handlerThrows);
+    StoppingConverter converter(&handler);
+    std::string const source(c.source);
+    std::vector<char> dst(c.dstLen, '.');
+    long result = -1;
+    try {
+      switch (c.wrapper) {
+        case CONVERT:
+          result = static_cast<long>(converter.convert(source.data(), source.size(), dst.data(), dst.size()));
+          break;
+        case PAD:
+          converter.convertAndPad(source.data(), source.size(), dst.data(), dst.size(), '#');
+          break;
+        case PAD_OR_TRUNC:
+          converter.convertAndPadOrTrunc(source.data(), source.size(), dst.data(), dst.size(), '#');
+          break;
+        case TRUNC:
+          result = static_cast<long>(
+              converter.convertAndTrunc(source.data(), source.size(), dst.data(), dst.size()));
+          break;
+      }
+      EXPECT_FALSE(c.handlerThrows && !handler.calls.empty()) << "the handler's exception was swallowed";
+    } catch (HandlerThrew const&) {
+      EXPECT_TRUE(c.handlerThrows);
+    }
+    EXPECT_EQ(c.dst, std::string(dst.begin(), dst.end()));
+    EXPECT_EQ(c.result, result);
+    EXPECT_EQ(c.calls, handler.calls);
+  }
+}
+
+TEST(CharConverter, DefaultHandlerThrowsTheNestedExceptions) {
+  struct Case {
+    char const* source;
+    char const* what;
+  };
+  Case const cases[] = {{"abcdef", "CharConverter::Overflow"},
+                        {"a\x01", "CharConverter::Invalid"},
+                        {"a\x02", "CharConverter::Unmappable"}};
+  StoppingConverter converter(nullptr);
+  EXPECT_EQ(CharConverter::DEFAULT_ERROR_HANDLER(), converter.getErrorHandler());
+  for (Case const& c : cases) {
+    SCOPED_TRACE(c.what);
+    char dst[4];
+    std::string const source(c.source);
+    try {
+      converter.convert(source.data(), source.size(), dst, sizeof dst);
+      ADD_FAILURE() << "no exception";
+    } catch (vyk::Exception const&) {
+      ADD_FAILURE() << "the converter exceptions stand outside the library's tree";
+    } catch (CharConverter::Exception const& e) {
+      EXPECT_STREQ(c.what, e.what());
+    }
+  }
+  EXPECT_THROW(DefaultErrorHandler::instance_.onOverflow(), CharConverter::OverflowError);
+  EXPECT_THROW(DefaultErrorHandler::instance_.onInvalid(), CharConverter::InvalidError);
+  EXPECT_THROW(DefaultErrorHandler::instance_.onUnmappable(), CharConverter::UnmappableError);
+}
+
+TEST(CharConverter, NamedConvertersMapAndAnswerIsIdentity) {
+  typedef IntrusivePointer<CharConverter> (*Factory)(CharConverter::ErrorHandler const*);
+  struct Case {
+    char const* name;
+    Factory factory;
+    bool identity;
+    char const* in;
+    char const* out;
+  };
+  Case const cases[] = {
+      {"identity", &SingleByteCharConverter::identity, true, "Hi,\n\xFF", "Hi,\n\xFF"},
+      {"compilerToIso88591", &SingleByteCharConverter::compilerToIso88591, false, "Hi,\n\xFF", "Hi,\n\xFF"},
+      {"iso88591ToCompiler", &SingleByteCharConverter::iso88591ToCompiler, false, "Hi,\n\xFF", "Hi,\n\xFF"},
+      {"iso88591ToOpenEd1047", &SingleByteCharConverter::iso88591ToOpenEd1047, false, "Hi,\n\xFF",
+       "\xC8\x89\x6B\x15\xDF"},
+      {"compilerToOpenEd1047", &SingleByteCharConverter::compilerToOpenEd1047, false, "Hi,\n\xFF",
+       "\xC8\x89\x6B\x15\xDF"},
+      {"openEd1047ToIso88591", &SingleByteCharConverter::openEd1047ToIso88591, false,
+       "\xC8\x89\x6B\x15\xDF\x25", "Hi,\n\xFF\x85"},
+      {"openEd1047ToCompiler", &SingleByteCharConverter::openEd1047ToCompiler, false,
+       "\xC8\x89\x6B\x15\xDF\x25", "Hi,\n\xFF\x85"},
+  };
+  for (Case const& c : cases) {
+    SCOPED_TRACE(c.name);
+    IntrusivePointer<CharConverter> converter = c.factory(nullptr);
+    EXPECT_EQ(1, converter->getReferenceCount());
+    EXPECT_EQ(c.identity, converter->isIdentity());
+    EXPECT_EQ(1, converter->maxSourceBytesPerChar());
+    EXPECT_EQ(1, converter->maxTargetBytesPerChar());
+    EXPECT_EQ(77ul, converter->maxRequiredOutputBufferLength(77));
+    std::string const in(c.in);
+    std::string out(in.size(), '\0');
+    EXPECT_EQ(in.size(), converter->convert(in.data(), in.size(), &out[0], out.size()));
+    EXPECT_EQ(std::string(c.out), out);
+  }
+  RecordingHandler handler(false);
+  EXPECT_EQ(&handler, SingleByteCharConverter::iso88591ToOpenEd1047(&handler)->getErrorHandler());
+}
+
+TEST(CharConverter, SingleByteConvertersStayInsideBothBuffersAtEveryLength) {
+  // Exact-size heap buffers, so that AddressSanitizer sees a single byte read or written too far.
+  std::string const text = "ABCDEFGHIJKLMNOPQ";
+  std::string const ebcdic = "\xC1\xC2\xC3\xC4\xC5\xC6\xC7\xC8\xC9\xD1\xD2\xD3\xD4\xD5\xD6\xD7\xD8";
+  IntrusivePointer<CharConverter> const converters[] = {SingleByteCharConverter::iso88591ToOpenEd1047(),
+                                                        SingleByteCharConverter::identity()};
+  std::string const expected[] = {ebcdic, text};
+  for (int k = 0; k < 2; ++k) {
+    for (std::size_t srcLen = 0; srcLen <= text.size(); ++srcLen) {
+      for (std::size_t dstLen = 0; dstLen <= text.size(); ++dstLen) {
+        SCOPED_TRACE(std::to_string(k) + ": " + std::to_string(srcLen) + " into " + std::to_string(dstLen));
+        std::vector<char> src(text.begin(), text.begin() + srcLen);
+        std::vector<char> dst(dstLen, '.');
+        char const* source = src.data();
+        char* target = dst.data();
+        CharConverter::ErrorCode code = CharConverter::Invalid;
+        converters[k]->convert(&source, src.data() + srcLen, &target, dst.data() + dstLen, true, true, code,
+                               false);
+        std::size_t const n = std::min(srcLen, dstLen);
+        ASSERT_EQ(srcLen > dstLen ? CharConverter::Overflow : CharConverter::Ok, code);
+        ASSERT_EQ(src.data() + n, source);
+        ASSERT_EQ(dst.data() + n, target);
+        ASSERT_EQ(expected[k].substr(0, n) + std::string(dstLen - n, '.'),
+                  std::string(dst.begin(), dst.end()));
+      }
+    }
+  }
+}
+
+TEST(CharConverter, TableConverterTranslatesInPlace) {
+  std::string buffer = "Hello, World!\n";
+  IntrusivePointer<CharConverter> converter = SingleByteCharConverter::iso88591ToOpenEd1047();
+  EXPECT_EQ(buffer.size(), converter->convert(buffer.data(), buffer.size(), &buffer[0], buffer.size()));
+  EXPECT_EQ("\xC8\x85\x93\x93\x96\x6B\x40\xE6\x96\x99\x93\x84\x5A\x15", buffer);
+}
+
+TEST(CharConverter, OneConverterServesManyThreads) {
+  IntrusivePointer<CharConverter> const toEbcdic = SingleByteCharConverter::iso88591ToOpenEd1047();
+  IntrusivePointer<CharConverter> const toIso = SingleByteCharConverter::openEd1047ToIso88591();
+  int const threadCount = 4;
+  std::vector<int> failures(threadCount, 0);
+  std::vector<std::thread> threads;
+  for (int t = 0; t < threadCount; ++t) {
+    threads.emplace_back([&, t]() {
+      std::string source = "Hi\n";
+      for (int i = 0; i < 4096 + t; ++i) source += static_cast<char>((i * 7 + t) & 0xFF);
+      for (int round = 0; round < 200; ++round) {
+        IntrusivePointer<CharConverter> forward = toEbcdic;  // counts move on every thread at once
+        IntrusivePointer<CharConverter> backward = toIso;
+        std::string ebcdic(source.size(), '\0'), back(source.size(), '\0');
+        forward->convert(source.data(), source.size(), &ebcdic[0], ebcdic.size());
+        backward->convert(ebcdic.data(), ebcdic.size(), &back[0], back.size());
+        if (back != source || ebcdic.compare(0, 3, "\xC8\x89\x15") != 0) ++failures[t];
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  for (int t = 0; t < threadCount; ++t) EXPECT_EQ(0, failures[t]) << "thread " << t;
+  EXPECT_EQ(1, toEbcdic->getReferenceCount());
+  EXPECT_EQ(1, toIso->getReferenceCount());
+}
+
+}  // namespace
+}  // namespace vyk
