@@ -126,6 +126,7 @@ bool CreateServicesFromLocatorOrCreator::fromCreator(int id) const {
 Service* CreateServicesFromLocatorOrCreator::createService(int id, const char* name) {
   if (!fromCreator(id)) return getBaseLocator()->getService(id, name);
   Service* svc = creator_->createService(id, name);
+  if (svc == nullptr) return nullptr;
   lock_guard<recursive_mutex> guard(mutex_);
   createdServices_.push_back(svc);
   return svc;
