@@ -14,8 +14,7 @@ namespace testing {
 namespace {
 
 std::string readSample(char const* name) {
-  char const* root = std::getenv("VYK_SOURCE_DIR");
-  std::string path = std::string(root ? root : ".") + "/tests/records/data/" + name;
+  std::string path = std::string(VYK_SOURCE_DIR) + "/tests/records/data/" + name;
   std::ifstream in(path, std::ios::binary);
   EXPECT_TRUE(in.good()) << path;
   return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
