@@ -91,7 +91,7 @@ UnicodeCharConverter::UnicodeCharConverter(IntrusivePointer<UnicodeConverter> fr
 
 char const* UnicodeCharConverter::sourceAfterUnits(char const* start, char const* sourceEnd,
                                                    long units) const {
-  unsigned short scratch[UNIT_BLOCK];
+  unsigned short scratch[UNIT_BLOCK] = {};  // only written; zeroed to keep the compiler sure of it
   unsigned short* unitEnd = scratch;
   char const* s = start;
   UnicodeConverter::ErrorCode code;

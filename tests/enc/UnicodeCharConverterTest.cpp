@@ -6,6 +6,7 @@
 
 #include <random>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "vyk/enc/IconvConverterFactory.h"
@@ -194,6 +195,35 @@ TEST(UnicodeCharConverter, StopsInFrontOfAFault) {
     EXPECT_EQ(c.code, code);
     EXPECT_EQ(c.consumed, s - c.in.data());
     EXPECT_EQ(c.out, std::string(out, t));
+  }
+}
+
+// One converter shared by several threads gives each the same answer.
+TEST(UnicodeCharConverter, ServesSeveralThreadsAtOnce) {
+  struct Case {
+    char const* from;
+    char const* to;
+  };
+  Case const cases[] = {{"UTF-8", "IBM-1047"}, {"UTF-16LE", "UTF-8"}};
+  std::mt19937 random(7);
+  for (Case const& c : cases) {
+    SCOPED_TRACE(std::string(c.from) + " to " + c.to);
+    std::string source, expected;
+    ASSERT_TRUE(iconvConvert("UTF-8", c.from, randomUtf8(random, 2000, 0xFF), source));
+    ASSERT_TRUE(iconvConvert(c.from, c.to, source, expected));
+    IntrusivePointer<CharConverter> converter = make(c.from, c.to);
+    std::vector<std::string> results(4);
+    std::vector<std::thread> threads;
+    for (std::string& result : results) {
+      threads.emplace_back([&converter, &source, &result] {
+        for (int round = 0; round < 50; ++round) {
+          std::vector<char> out(converter->maxRequiredOutputBufferLength(source.size()));
+          result.assign(out.data(), converter->convert(source.data(), source.size(), out.data(), out.size()));
+        }
+      });
+    }
+    for (std::thread& t : threads) t.join();
+    for (std::string const& result : results) EXPECT_EQ(expected, result);
   }
 }
 

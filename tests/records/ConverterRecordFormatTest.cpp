@@ -373,6 +373,23 @@ TEST(BomDetector, NewVolumeLooksForTheMarkWhereItsDataBegins) {
   }
 }
 
+// A rewind (back to position 0, then clearEof) reads the file as at open: the mark is no data.
+TEST(BomDetector, RewoundFileGivesTheSameRecords) {
+  for (TestEncoding const* encoding : {&kUtf8, &kUtf16BE, &kUtf32LE}) {
+    for (int size : blockSizes()) {
+      SCOPED_TRACE(std::string(encoding->name) + ", bufferSize " + std::to_string(size));
+      Options options = converting(BaseRecordFile::RECFM_V, *encoding, size);
+      options.writeBom = true;
+      std::string const bytes = writeRecords({"\xE9", "b"}, options);
+      MemoryRecordFile file(bytes, options);
+      EXPECT_EQ((Records{"\xE9", "b"}), readAll(file));
+      file.position = 0;
+      file.clearEof();
+      EXPECT_EQ((Records{"\xE9", "b"}), readAll(file));
+    }
+  }
+}
+
 TEST(ConverterRecordFormat, LineFeedAndPaddingFollowTheEncodingFlags) {
   struct Case {
     int line;

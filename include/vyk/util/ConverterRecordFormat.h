@@ -84,7 +84,8 @@ class VYK_EXPORT RecfmVConv : public ConverterRecordFormat<RecfmVBase<char, Byte
 };
 
 // Base (a terminated format) with the byte-order mark of markEncoding (see ByteOrderMark):
-//   - the first read after open, and the first after indicateNewVolume(), looks at the next bytes:
+//   - the first read after open, after indicateNewVolume() and after a clearEof() that leaves the
+//     stream at position 0 (a rewind) looks at the next bytes:
 //     when they are the mark they are passed over, otherwise nothing is consumed and the record is
 //     read whole. A file shorter than the mark, a partial mark or the mark of another width is
 //     data. Looking never repositions the device, so it works on streams that cannot seek. The
@@ -102,6 +103,9 @@ class VYK_EXPORT BomDetector : public Base {
   void writerec(char const* record, int length, CarriageControlType control) override;
   // The next read looks for a mark again, where the new volume's data begins.
   void indicateNewVolume() override;
+  // As Base's; when the stream then stands at the start of the file (a rewind), the next read looks
+  // for the mark again, so that a rewound file does not give its mark as data.
+  void clearEof() override;
 
   unsigned char const* bom() const { return bom_; }
   int bomLength() const { return bomLength_; }
@@ -192,6 +196,12 @@ void BomDetector<Base>::writerec(char const* record, int length, CarriageControl
     this->stream_.putchars(reinterpret_cast<char const*>(bom_), bomLength_);
   }
   Base::writerec(record, length, control);
+}
+
+template <class Base>
+void BomDetector<Base>::clearEof() {
+  Base::clearEof();
+  if (this->stream_.position() == 0) detect_ = true;
 }
 
 template <class Base>
