@@ -1,4 +1,5 @@
-// Converters between iconv's encodings: computed tables for single-byte pairs, iconv for the rest.
+// Converters between iconv's encodings: computed tables for single-byte pairs, the library's Unicode
+// converters for UTF-8 and UTF-16, iconv for the rest.
 #include "vyk/enc/IconvConverterFactory.h"
 
 #include <cerrno>
@@ -7,6 +8,7 @@
 #include <vector>
 
 #include "IconvSupport.h"
+#include "vyk/enc/UnicodeCharConverter.h"
 #include "vyk/util/Exception.h"
 #include "vyk/util/TrantabTable.h"
 
@@ -214,6 +216,14 @@ IntrusivePointer<CharConverter> IconvConverterFactory::create(CharEncoding const
   if (from == nullptr || to == nullptr) throw InvalidArgumentException("Null encoding");
   if (from == to) return SingleByteCharConverter::identity(handler_);
   if (from->isSingleByte() && to->isSingleByte()) return singleByteConverter(from, to, handler_);
+  // UTF-8 and UTF-16 go through the library's own Unicode converters where both sides have one.
+  IntrusivePointer<UnicodeConverter> const fromUnicode = UnicodeCharConverter::unicodeConverterFor(from);
+  IntrusivePointer<UnicodeConverter> const toUnicode =
+      fromUnicode ? UnicodeCharConverter::unicodeConverterFor(to) : IntrusivePointer<UnicodeConverter>();
+  if (fromUnicode && toUnicode) {
+    return IntrusivePointer<CharConverter>(new UnicodeCharConverter(
+        fromUnicode, toUnicode, from->getMaxBytesPerChar(), to->getMaxBytesPerChar(), handler_));
+  }
   return IntrusivePointer<CharConverter>(new IconvCharConverter(from, to, handler_));
 }
 

@@ -7,6 +7,7 @@
 #include <thread>
 #include <vector>
 
+#include "vyk/enc/UnicodeCharConverter.h"
 #include "vyk/util/Exception.h"
 
 namespace vyk {
@@ -18,11 +19,12 @@ IntrusivePointer<CharConverter> make(char const* from, char const* to,
   return factory.create(CharEncoding::forName(from), CharEncoding::forName(to));
 }
 
-enum Kind { IDENTITY, TABLE, ICONV };
+enum Kind { IDENTITY, TABLE, UNICODE, ICONV };
 
 Kind kindOf(CharConverter const& converter) {
   if (converter.isIdentity()) return IDENTITY;
-  return dynamic_cast<TrantabCharConverter const*>(&converter) != nullptr ? TABLE : ICONV;
+  if (dynamic_cast<TrantabCharConverter const*>(&converter) != nullptr) return TABLE;
+  return dynamic_cast<UnicodeCharConverter const*>(&converter) != nullptr ? UNICODE : ICONV;
 }
 
 TEST(IconvConverterFactory, ConvertsBetweenEncodings) {
@@ -42,12 +44,14 @@ TEST(IconvConverterFactory, ConvertsBetweenEncodings) {
       {"ISO-8859-1", "CP1252", TABLE, "caf\xE9", "caf\xE9"},
       {"ISO-8859-1", "LATIN1", IDENTITY, "\x80\x81\xFF", "\x80\x81\xFF"},
       {"CP1252", "CP1252", IDENTITY, "\x81", "\x81"},
-      {"ISO-8859-1", "UTF-8", ICONV, "caf\xE9", "caf\xC3\xA9"},
-      {"UTF-8", "ISO-8859-1", ICONV, "caf\xC3\xA9", "caf\xE9"},
-      {"CP1252", "UTF-8", ICONV, "\x80", "\xE2\x82\xAC"},
-      {"UTF-8", "IBM-1047", ICONV, "A\xC3\xA9\n", std::string("\xC1\x51\x25", 3)},
-      {"UTF-8", "UTF-16LE", ICONV, "A\xE2\x82\xAC", std::string("A\0\xAC\x20", 4)},
-      {"UTF-8", "UTF-16", ICONV, "A", std::string("A\0", 2)},  // no mark inside a record
+      {"ISO-8859-1", "UTF-8", UNICODE, "caf\xE9", "caf\xC3\xA9"},
+      {"UTF-8", "ISO-8859-1", UNICODE, "caf\xC3\xA9", "caf\xE9"},
+      {"CP1252", "UTF-8", ICONV, "\x80", "\xE2\x82\xAC"},  // 0x81 and others are undefined
+      {"UTF-16BE", "IBM-1047", UNICODE, std::string("\0A\0\n", 4), "\xC1\x25"},
+      {"UTF-32BE", "UTF-16LE", ICONV, std::string("\0\0\0A", 4), std::string("A\0", 2)},
+      {"UTF-8", "IBM-1047", UNICODE, "A\xC3\xA9\n", std::string("\xC1\x51\x25", 3)},
+      {"UTF-8", "UTF-16LE", UNICODE, "A\xE2\x82\xAC", std::string("A\0\xAC\x20", 4)},
+      {"UTF-8", "UTF-16", UNICODE, "A", std::string("A\0", 2)},  // no mark inside a record
       {"UTF-32BE", "UTF-8", ICONV, std::string("\0\0\0A\0\0\x20\xAC", 8), "A\xE2\x82\xAC"},
       {"UTF-8", "UTF-8", IDENTITY, "\xFF", "\xFF"},
   };

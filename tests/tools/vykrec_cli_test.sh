@@ -56,5 +56,39 @@ check "too many files" 2 "$vykrec" copy a b c
 check "missing input" 1 "$vykrec" copy "$work/none.txt" "$work/x"
 check_stderr "missing input message" "Cannot open file: .*none.txt"
 
+# Encodings: Latin-1 LF text to IBM-1047 VB records and to UTF-16LE with a mark, and back.
+printf 'Caf\xe9 cr\xe8me\n[x] ^y \xa2\xac\n\nlast\n' >"$work/latin1.txt"
+check "latin1 to 1047 VB" 0 "$vykrec" copy --from V --to S370VB --from-encoding ISO-8859-1 --to-encoding IBM-1047 \
+  "$work/latin1.txt" "$work/text.vb"
+# Block descriptor (43 bytes), then each record behind its descriptor: C=C3 a=81 f=86 e-acute=51
+# blank=40 [=AD ]=BD ^=5F cent=4A not=B0 ...
+printf '\x00\x2b\x00\x00\x00\x0e\x00\x00\xc3\x81\x86\x51\x40\x83\x99\x54\x94\x85\x00\x0d\x00\x00\xad\xa7\xbd\x40\x5f\xa8\x40\x4a\xb0\x00\x04\x00\x00\x00\x08\x00\x00\x93\x81\xa2\xa3' >"$work/expected.vb"
+same "1047 VB bytes" "$work/expected.vb" "$work/text.vb"
+check "1047 VB to latin1" 0 "$vykrec" copy --from S370VB --to V --from-encoding IBM-1047 --to-encoding ISO-8859-1 \
+  "$work/text.vb" "$work/back.txt"
+same "latin1 to 1047 VB and back is byte for byte" "$work/latin1.txt" "$work/back.txt"
+check "latin1 to UTF-16LE with mark" 0 "$vykrec" copy --from V --to V --from-encoding ISO-8859-1 \
+  --to-encoding UTF-16LE --bom "$work/latin1.txt" "$work/text.u16"
+head -c 12 "$work/text.u16" >"$work/u16head"
+printf '\xff\xfeC\x00a\x00f\x00\xe9\x00 \x00' >"$work/u16expected"
+same "UTF-16LE starts with the mark" "$work/u16expected" "$work/u16head"
+check "UTF-16LE to latin1" 0 "$vykrec" copy --from V --to V --from-encoding UTF-16LE --to-encoding ISO-8859-1 \
+  "$work/text.u16" "$work/back16.txt"
+same "latin1 to UTF-16LE and back is byte for byte" "$work/latin1.txt" "$work/back16.txt"
+check "latin1 to UTF-8 with mark" 0 "$vykrec" copy --from V --to V --from-encoding ISO-8859-1 \
+  --to-encoding UTF-8 --bom "$work/latin1.txt" "$work/text.u8"
+check "UTF-8 to UTF-16BE" 0 "$vykrec" copy --from V --to V --from-encoding UTF-8 --to-encoding UTF-16BE \
+  "$work/text.u8" "$work/text.u16be"
+check "UTF-16BE to latin1" 0 "$vykrec" copy --from V --to V --from-encoding UTF-16BE --to-encoding ISO-8859-1 \
+  "$work/text.u16be" "$work/back8.txt"
+same "latin1 through UTF-8 and UTF-16BE and back" "$work/latin1.txt" "$work/back8.txt"
+check "unknown encoding" 2 "$vykrec" copy --from-encoding NO-SUCH-CODE "$work/latin1.txt"
+check_stderr "unknown encoding message" "unknown encoding 'NO-SUCH-CODE'"
+check "bom without a mark" 2 "$vykrec" copy --to V --to-encoding IBM-1047 --bom "$work/latin1.txt"
+printf 'a\xff\n' >"$work/bad.u8"
+check "malformed UTF-8" 1 "$vykrec" copy --from V --to V --from-encoding UTF-8 --to-encoding ISO-8859-1 \
+  "$work/bad.u8" "$work/bad.txt"
+check_stderr "malformed UTF-8 message" "CharConverter::Invalid"
+
 echo "vykrec: $passed passed, $failed failed"
 [[ $failed -eq 0 ]]

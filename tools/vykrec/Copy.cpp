@@ -8,6 +8,7 @@
 #include <memory>
 #include <vector>
 
+#include "vyk/enc/IconvConverterFactory.h"
 #include "vyk/util/Exception.h"
 #include "vyk/util/StreamRecordFile.h"
 
@@ -58,12 +59,26 @@ long long copyRecords(CopyOptions const& options) {
   std::istream& in = isStandardStream(options.input) ? std::cin : inFile;
   std::ostream& out = isStandardStream(options.output) ? std::cout : outFile;
 
-  vyk::IntrusivePointer<vyk::BaseRecordFile> reader(new vyk::InputStreamRecordFile(
-      in, sideOptions(options.from, options.blockSize, vyk::RecordFile::READ), options.input));
-  vyk::IntrusivePointer<vyk::BaseRecordFile> writer(new vyk::OutputStreamRecordFile(
-      out, sideOptions(options.to, options.blockSize, vyk::RecordFile::WRITE)));
+  // Records are converted on reading into the output's encoding, and the writer converts nothing
+  // (its converters are the identity) but lays them out for that encoding: line ends, code unit
+  // width, the mark. A converted record may be up to four times its file length.
+  vyk::BaseRecordFile::OpenOptions inOptions =
+      sideOptions(options.from, options.blockSize, vyk::RecordFile::READ);
+  vyk::BaseRecordFile::OpenOptions outOptions =
+      sideOptions(options.to, options.blockSize, vyk::RecordFile::WRITE);
+  if (options.converts()) {
+    vyk::CharConverterFactory const* factory = vyk::IconvConverterFactory::instance();
+    inOptions.conversion =
+        vyk::CharConversionSpec(options.outputEncoding(), options.inputEncoding(), factory);
+    outOptions.conversion =
+        vyk::CharConversionSpec(options.outputEncoding(), options.outputEncoding(), factory);
+    outOptions.writeBom = options.bom;
+  }
+  vyk::IntrusivePointer<vyk::BaseRecordFile> reader(
+      new vyk::InputStreamRecordFile(in, inOptions, options.input));
+  vyk::IntrusivePointer<vyk::BaseRecordFile> writer(new vyk::OutputStreamRecordFile(out, outOptions));
 
-  std::vector<char> buffer(static_cast<size_t>(readBufferSize(options.from)));
+  std::vector<char> buffer(static_cast<size_t>(readBufferSize(options.from)) * (options.converts() ? 4 : 1));
   long long records = 0;
   int eof = 0;
   while (true) {

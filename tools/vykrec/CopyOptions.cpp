@@ -9,6 +9,47 @@
 namespace vykrec {
 namespace {
 
+vyk::CharEncoding const* parseEncoding(std::string const& text) {
+  vyk::CharEncoding const* encoding = vyk::CharEncoding::tryForName(text);
+  if (encoding == nullptr) throw UsageError("unknown encoding '" + text + "'");
+  return encoding;
+}
+
+// The terminated format builds its line ends from these flags; an encoding without them cannot be
+// written or read as V records.
+bool hasLineEnds(vyk::CharEncoding const* encoding) {
+  return encoding->hasFlag(vyk::ENC_ASCII_LINE_ENDS | vyk::ENC_EBCDIC_NL | vyk::ENC_EBCDIC |
+                           vyk::ENC_UTF16LE | vyk::ENC_UTF16BE | vyk::ENC_UTF32LE | vyk::ENC_UTF32BE);
+}
+
+bool hasMark(vyk::CharEncoding const* encoding) {
+  return encoding->hasFlag(vyk::ENC_UTF8 | vyk::ENC_UTF16LE | vyk::ENC_UTF16BE | vyk::ENC_UTF32LE |
+                           vyk::ENC_UTF32BE);
+}
+
+void checkEncodings(CopyOptions const& options) {
+  if (!options.converts()) {
+    if (options.bom) throw UsageError("--bom needs --to-encoding");
+    return;
+  }
+  struct Side {
+    vyk::BaseRecordFile::Recfm recfm;
+    vyk::CharEncoding const* encoding;
+  };
+  for (Side const side : {Side{options.from.recfm, options.inputEncoding()},
+                          Side{options.to.recfm, options.outputEncoding()}}) {
+    if (side.recfm == vyk::BaseRecordFile::RECFM_V && !hasLineEnds(side.encoding))
+      throw UsageError(std::string("encoding '") + side.encoding->getName() +
+                       "' has no line feed for V records");
+  }
+  if (options.bom) {
+    if (options.to.recfm != vyk::BaseRecordFile::RECFM_V) throw UsageError("--bom applies to V output only");
+    if (!hasMark(options.outputEncoding()))
+      throw UsageError(std::string("encoding '") + options.outputEncoding()->getName() +
+                       "' has no byte-order mark");
+  }
+}
+
 vyk::BaseRecordFile::Recfm parseFormat(std::string const& text) {
   vyk::BaseRecordFile::Recfm recfm;
   if (!vyk::BaseRecordFile::tryParseRecfm(text, recfm))
@@ -41,8 +82,9 @@ int parsePositive(std::string const& option, std::string const& text) {
 }
 
 // Options that take a value; every other "--word" but --help is unknown.
-char const* const kValueOptions[] = {"--from",    "--to",           "--lrecl",     "--blksize",
-                                     "--termstr", "--from-termstr", "--to-termstr"};
+char const* const kValueOptions[] = {"--from",       "--to",           "--lrecl",      "--blksize",
+                                     "--termstr",    "--from-termstr", "--to-termstr", "--from-encoding",
+                                     "--to-encoding"};
 
 bool takesValue(std::string const& name) {
   for (char const* option : kValueOptions)
@@ -61,7 +103,7 @@ bool takeOption(std::vector<std::string> const& args, size_t& i, std::string& na
     return true;
   }
   name = word;
-  if (name == "--help") return true;
+  if (name == "--help" || name == "--bom") return true;
   if (!takesValue(name)) throw UsageError("unknown option '" + name + "'");
   if (i + 1 >= args.size()) throw UsageError(name + " needs a value");
   value = args[++i];
@@ -83,6 +125,12 @@ CopyOptions parseCopyOptions(std::vector<std::string> const& args) {
     }
     if (name == "--help") {
       options.help = true;
+    } else if (name == "--bom") {
+      options.bom = true;
+    } else if (name == "--from-encoding") {
+      options.fromEncoding = parseEncoding(value);
+    } else if (name == "--to-encoding") {
+      options.toEncoding = parseEncoding(value);
     } else if (name == "--from") {
       options.from.recfm = parseFormat(value);
     } else if (name == "--to") {
@@ -105,6 +153,7 @@ CopyOptions parseCopyOptions(std::vector<std::string> const& args) {
   if (files.size() > 2) throw UsageError("too many files: '" + files[2] + "'");
   if (files.size() > 0) options.input = files[0];
   if (files.size() > 1) options.output = files[1];
+  checkEncodings(options);
   return options;
 }
 

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "vyk/enc/CharEncoding.h"
 #include "vyk/util/BaseRecordFile.h"
 
 namespace vykrec {
@@ -30,9 +31,19 @@ struct CopyOptions {
   std::string output;  // empty or "-": standard output
   bool help = false;
   int blockSize = 0;  // --blksize: block size of the S370 formats (OpenOptions::bufferSize); 0: default
+  // --from-encoding and --to-encoding; null when not given. When only one is given the other side
+  // has the same encoding.
+  vyk::CharEncoding const* fromEncoding = nullptr;
+  vyk::CharEncoding const* toEncoding = nullptr;
+  bool bom = false;  // --bom: the output starts with the byte-order mark of its encoding
+
+  bool converts() const { return fromEncoding != nullptr || toEncoding != nullptr; }
+  vyk::CharEncoding const* inputEncoding() const { return fromEncoding ? fromEncoding : toEncoding; }
+  vyk::CharEncoding const* outputEncoding() const { return toEncoding ? toEncoding : fromEncoding; }
 };
 
-// Parses the words after "copy". Throws UsageError.
+// Parses the words after "copy" and looks the encodings up. Throws UsageError, also for an encoding
+// name that iconv does not know and for --bom where the output can carry no mark.
 CopyOptions parseCopyOptions(std::vector<std::string> const& args);
 
 }  // namespace vykrec

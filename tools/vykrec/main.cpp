@@ -13,7 +13,8 @@ namespace {
 
 char const kUsage[] =
     "usage: vykrec copy [--from FORMAT] [--to FORMAT] [--lrecl N] [--blksize N] [--termstr T]\n"
-    "                   [--from-termstr T] [--to-termstr T] [INPUT [OUTPUT]]\n"
+    "                   [--from-termstr T] [--to-termstr T] [--from-encoding NAME]\n"
+    "                   [--to-encoding NAME] [--bom] [INPUT [OUTPUT]]\n"
     "\n"
     "Reads the records of INPUT (standard input when absent or '-') in the record format FORMAT\n"
     "and writes them to OUTPUT (standard output when absent or '-') in the other.\n"
@@ -27,6 +28,12 @@ char const kUsage[] =
     "  --termstr T        record terminator of both sides (default ANY)\n"
     "  --from-termstr T   record terminator of the input only\n"
     "  --to-termstr T     record terminator of the output only\n"
+    "  --from-encoding NAME  character encoding of the input's records (an iconv name)\n"
+    "  --to-encoding NAME    character encoding of the output's records; with only one of\n"
+    "                     the two, both sides have that encoding\n"
+    "  --bom              start the V output with the byte-order mark of its encoding\n"
+    "                     (UTF-8, UTF-16, UTF-32); a mark at the start of a V input in such\n"
+    "                     an encoding is always passed over\n"
     "  --help             print this text\n"
     "\n"
     "FORMAT is a record format keyword: S (stream), V, VB, VBA, D, F, FB, FBA, N, P, S370V,\n"
@@ -42,6 +49,12 @@ char const kUsage[] =
     "Example, a CR LF text file to LF line ends and back:\n"
     "  vykrec copy --from V --to V --to-termstr LF dos.txt unix.txt\n"
     "  vykrec copy --from V --to V --to-termstr CRLF unix.txt dos.txt\n"
+    "\n"
+    "Every record is converted on its own; lengths (--lrecl, padding) count bytes of the file.\n"
+    "UTF-16 and UTF-32 V records end with the line feed in that encoding. Example, Latin-1 text\n"
+    "to IBM-1047 VB records and back:\n"
+    "  vykrec copy --from V --to S370VB --from-encoding ISO-8859-1 --to-encoding IBM-1047 a.txt a.vb\n"
+    "  vykrec copy --from S370VB --to V --from-encoding IBM-1047 --to-encoding ISO-8859-1 a.vb a.txt\n"
     "\n"
     "Exit status: 0 on success, 1 on an I/O or data error, 2 on a bad command line.\n";
 

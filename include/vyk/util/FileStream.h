@@ -39,6 +39,11 @@ class VYK_EXPORT FileStream {
   void unget();
   // Makes the next byte available at p_, refilling the block when it is used up; false at the end.
   bool ensureByte();
+  // Makes the next count bytes lie together at p_ without consuming them, and returns how many are
+  // there: count, or fewer only at the end of the input (or in a mode that may not read). Moves the
+  // unread bytes to the block's start and reads more behind them, so it never repositions the device;
+  // a block smaller than count grows to count bytes. A dirty block goes to the device first.
+  int lookahead(int count);
 
   // Gives a dirty block to the device. When the cursor stands inside the valid bytes the block stays
   // (now clean) so that reading goes on where it stood; otherwise the block is emptied.

@@ -27,7 +27,9 @@ FileStream::FileStream(BaseRecordFile* file, RecordFile::OpenMode mode, int size
   filePos_ = bufferPos_ = file_->filetell();
 }
 
-FileStream::~FileStream() { std::free(buffer_); }
+FileStream::~FileStream() {
+  std::free(buffer_);
+}
 
 void FileStream::putch(unsigned char c) {
   if (p_ == limit_) makeRoom();
@@ -106,6 +108,44 @@ bool FileStream::ensureByte() {
     makeRoom();
   }
   return true;
+}
+
+int FileStream::lookahead(int count) {
+  if (count < 0) VYK_FAIL("length>=0");
+  if (end_ - p_ >= count) return count;
+  flush();
+  if (count > size_) {
+    // Grow the block, keeping its bytes and the cursor's place in them.
+    unsigned char* bigger = static_cast<unsigned char*>(checkedMalloc(static_cast<unsigned long>(count)));
+    std::memcpy(bigger, buffer_, static_cast<size_t>(end_ - buffer_));
+    p_ = bigger + (p_ - buffer_);
+    end_ = bigger + (end_ - buffer_);
+    std::free(buffer_);
+    buffer_ = bigger;
+    size_ = count;
+    limit_ = buffer_ + size_;
+  }
+  if (p_ != buffer_) {
+    long long const consumed = p_ - buffer_;
+    size_t const unread = static_cast<size_t>(end_ - p_);
+    std::memmove(buffer_, p_, unread);
+    bufferPos_ += consumed;
+    p_ = buffer_;
+    end_ = buffer_ + unread;
+  }
+  // The device stands after end_ (filePos_), so new bytes go there.
+  while (end_ - p_ < count && !eof_ && readAllowed()) {
+    int const room = static_cast<int>(limit_ - end_);
+    int r = file_->fill(end_, room);
+    if (r < 1) {
+      eof_ = true;
+      break;
+    }
+    if (r > room) r = room;
+    end_ += r;
+    filePos_ += r;
+  }
+  return static_cast<int>(std::min<long long>(count, end_ - p_));
 }
 
 void FileStream::flush() {

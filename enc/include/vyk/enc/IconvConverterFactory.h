@@ -15,6 +15,13 @@ namespace vyk {
 //   - two single-byte encodings: a TrantabCharConverter over a 256-byte table computed once through
 //     iconv. When some source bytes have no counterpart (Unmappable) or are undefined in the source
 //     (Invalid), the converter stops in front of the first such byte with that code;
+//   - UTF-8 or UTF-16 (either byte order) on one side, and on the other UTF-8, UTF-16 or a
+//     single-byte encoding whose every byte iconv reads as one character of the Basic Multilingual
+//     Plane: a converter through the main library's UnicodeConverter (the single-byte side an
+//     SBCSUnicodeConverter over a table computed through iconv). It stops in front of a malformed
+//     source character (Invalid) or one the target cannot hold (Unmappable). Unlike iconv it passes
+//     a lone low surrogate from UTF-16 into UTF-8 as three bytes, as the library's UTF-8 converter
+//     does; with atEnd false a malformed sequence within the last bytes waits for the next call;
 //   - otherwise a converter that calls iconv, with a fresh conversion state at every call. It
 //     reports Invalid for a malformed source sequence, also for an incomplete one when atEnd is true;
 //     with atEnd false an incomplete character at the end is left unconsumed for the next call, and
