@@ -116,9 +116,11 @@ class VYK_EXPORT RecfmVBase : public StreamedRecordFormat, public ByteOrder {
   bool padToLrecl_;
 
  private:
-  // The record unit by unit, across block ends, after readrec() has marked its start: the path for
-  // what the scan of one block cannot settle. Kept out of line so that readrec() stays small.
-  [[gnu::noinline]] int readUnits(char* buffer, int maxLength);
+  // readrec() for every case that its inline scan of the block leaves open. Kept out of line so
+  // that readrec() stays small.
+  [[gnu::noinline]] int readRecord(char* buffer, int maxLength);
+  // The record unit by unit, across block ends, after readRecord() has marked its start.
+  int readUnits(char* buffer, int maxLength);
   // Takes the next whole unit across block ends; false at the end of the input, where bytes that
   // do not make a whole unit are consumed and dropped.
   bool takeUnit(CodeUnit& unit);

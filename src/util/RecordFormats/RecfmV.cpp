@@ -156,6 +156,48 @@ int readLineInBlock(FileStream& s, int termstr, bool stopAtCtrlZ, unsigned char 
   return length;
 }
 
+#if defined(__SSE2__)
+// The commonest case of all, kept free of calls so that a read costs little more than its bytes: a
+// record ended by lf_ (under ANY also by cr_ lf_) whose terminator lies in the whole 16-byte steps of
+// the block that also fit in the caller's buffer. Returns the record's length, or -1 with nothing
+// consumed (the buffer may hold some of the record's bytes then).
+inline int readShortLine(FileStream& s, bool crlfToo, unsigned char cr, unsigned char lf, char* buffer,
+                         int capacity) {
+  unsigned char* const from = s.p_;
+  long const copyable = std::min(static_cast<long>(s.end_ - from), static_cast<long>(capacity));
+  __m128i const pattern = _mm_set1_epi8(static_cast<char>(lf));
+  long i = 0;
+  unsigned mask = 0;
+  for (; copyable - i >= 16; i += 16) {
+    __m128i const chunk = _mm_loadu_si128(reinterpret_cast<__m128i const*>(from + i));
+    mask = static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(chunk, pattern)));
+    if (mask != 0) break;
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(buffer + i), chunk);
+  }
+  if (mask == 0) return -1;
+  unsigned char* const found = from + i + __builtin_ctz(mask);
+  unsigned char* last = found;  // one past the record's data
+  if (crlfToo && last > from && last[-1] == cr) --last;
+  long const size = last - from;  // below i + 16, so what is not copied yet lies in the last 16 bytes
+  if (size >= 16) {
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(buffer + size - 16),
+                     _mm_loadu_si128(reinterpret_cast<__m128i const*>(last - 16)));
+  } else if (size >= 8) {  // two copies that overlap, of fixed sizes
+    std::memcpy(buffer, from, 8);
+    std::memcpy(buffer + size - 8, last - 8, 8);
+  } else if (size >= 4) {
+    std::memcpy(buffer, from, 4);
+    std::memcpy(buffer + size - 4, last - 4, 4);
+  } else if (size > 0) {
+    buffer[0] = static_cast<char>(from[0]);
+    buffer[size / 2] = static_cast<char>(from[size / 2]);
+    buffer[size - 1] = static_cast<char>(from[size - 1]);
+  }
+  s.p_ = found + 1;
+  return static_cast<int>(size);
+}
+#endif
+
 }  // namespace
 
 template <class CodeUnit, class ByteOrder>
@@ -198,6 +240,23 @@ void RecfmVBase<CodeUnit, ByteOrder>::storeUnit(char* buffer, int& count, int ca
 
 template <class CodeUnit, class ByteOrder>
 int RecfmVBase<CodeUnit, ByteOrder>::readrec(char* buffer, int maxLength) {
+#if defined(__SSE2__)
+  if constexpr (UNIT_SIZE == 1) {
+    if (maxLength >= 0 && !stopAtCtrlZ_ &&
+        (termstr_ == BaseRecordFile::TERMSTR_LF || termstr_ == BaseRecordFile::TERMSTR_ANY) && cr_ != lf_) {
+      markRecordStart();
+      int const length =
+          readShortLine(stream_, termstr_ == BaseRecordFile::TERMSTR_ANY, static_cast<unsigned char>(cr_),
+                        static_cast<unsigned char>(lf_), buffer, maxLength);
+      if (length >= 0) return length;
+    }
+  }
+#endif
+  return readRecord(buffer, maxLength);
+}
+
+template <class CodeUnit, class ByteOrder>
+int RecfmVBase<CodeUnit, ByteOrder>::readRecord(char* buffer, int maxLength) {
   if (maxLength < 0) VYK_FAIL("length>=0");
   markRecordStart();
   if constexpr (UNIT_SIZE == 1) {
