@@ -250,7 +250,8 @@ TEST(RecfmV, RandomFilesReadAsTheRulesSayAtAnyBlockAndBufferSize) {
   for (int n = 0; n < 1000; ++n) {
     std::string bytes;
     for (int pieces = static_cast<int>(random() % 8); pieces > 0; --pieces) {
-      bytes.append(random() % 45, static_cast<char>('a' + random() % 26));
+      for (int k = static_cast<int>(random() % 45); k > 0; --k)
+        bytes += static_cast<char>('a' + random() % 26);
       bytes += random() % 6 == 5 ? std::string(1, '\0') : std::string(separators[random() % 5]);
     }
     bytes.append(random() % 20, 'z');
