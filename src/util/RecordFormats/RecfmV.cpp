@@ -95,9 +95,9 @@ bool isEndMarker(CodeUnit unit) {
   }
 }
 
-// The common case of single-byte units: a record ended by lf_ (or cr_ lf_) that lies wholly inside
-// the block, read in one pass. Under LF a record ends at the first lf_; under ANY also there, and
-// when the byte before that lf_ is cr_ the pair is the terminator (every earlier cr_ is then not
+// Single-byte units, when readShortLine() leaves the record open: a record ended by lf_ (or cr_ lf_) that
+// lies wholly inside the block, read in one pass. Under LF a record ends at the first lf_; under ANY also
+// there, and when the byte before that lf_ is cr_ the pair is the terminator (every earlier cr_ is then not
 // followed by lf_, so it is data); under CRLF at the first lf_ preceded by cr_, a lone lf_ being
 // data. Returns the record's length, or -1 with nothing consumed when the unit-by-unit scan must
 // decide: no terminator before the block's end, a 0x1A that may end the input, or line ends that
