@@ -3,7 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tests/records/RecordTestHelpers.h"
@@ -172,6 +174,112 @@ TEST(RecfmV, ReadReportsEmptyRecordsAndTheEnd) {
   EXPECT_EQ(0, eof);
   EXPECT_EQ(-1, file.read(buffer, 4, &eof));
   EXPECT_EQ(1, eof);
+}
+
+// Records ending near the 16-byte steps in which long lines are searched and copied.
+TEST(RecfmV, LongRecordsEndWhereverTheTerminatorFalls) {
+  std::string const a15(15, 'a'), a16(16, 'a'), a20(20, 'a'), b20(20, 'b'), x31(31, 'x'), y40(40, 'y');
+  struct Case {
+    int line;
+    int termstr;
+    bool stopAtCtrlZ;
+    int maxLength;
+    std::string bytes;
+    Records records;
+  };
+  Case const cases[] = {
+      {__LINE__, ANY, false, 99, a15 + "\r\n" + b20 + "\n", {a15, b20}},
+      {__LINE__, ANY, false, 99, a16 + "\rbbbbb\n", {a16 + "\rbbbbb"}},
+      {__LINE__, ANY, false, 99, a16 + "\r\n", {a16}},
+      {__LINE__, LF, false, 99, x31 + "\r\n", {x31 + "\r"}},
+      {__LINE__, CRLF, false, 99, a20 + "\n" + b20 + "\r\nc", {a20 + "\n" + b20, "c"}},
+      {__LINE__, CRLF, false, 99, "\n" + a20 + "\r\n", {"\n" + a20}},
+      {__LINE__, ANY, false, 17, y40 + "\nz\n", {y40.substr(0, 17), "z"}},
+      {__LINE__, ANY, false, 16, a16 + "\r\n" + y40 + "\r\n", {a16, y40.substr(0, 16)}},
+      {__LINE__, ANY, false, 33, y40 + "\r\r\n", {y40.substr(0, 33)}},
+      {__LINE__, ANY, true, 99, a20 + "\032" + b20 + "\n", {a20}},
+      {__LINE__, ANY, true, 99, "\032" + x31 + "\n", {}},
+      {__LINE__, CRLF, true, 99, a20 + "\n" + b20 + "\r\032\n", {a20 + "\n" + b20 + "\r"}},
+  };
+  for (Case const& c : cases) {
+    for (int size : {1, 16, 17, 33, 8192}) {
+      SCOPED_TRACE("line " + std::to_string(c.line) + ", bufferSize " + std::to_string(size));
+      Options options = optionsFor(RecordFile::READ, BaseRecordFile::RECFM_V, c.termstr, size);
+      options.stopAtCtrlZ = c.stopAtCtrlZ;
+      EXPECT_EQ(c.records, readBytes(c.bytes, options, c.maxLength));
+    }
+  }
+}
+
+// The records of bytes, with the offset where each starts, read by the rules one byte at a time
+// over the whole input: a test oracle that knows nothing of blocks.
+std::vector<std::pair<long long, std::string>> referenceRecords(std::string bytes, int termstr,
+                                                                bool stopAtCtrlZ, int maxLength) {
+  if (stopAtCtrlZ) bytes = bytes.substr(0, bytes.find('\032'));
+  std::vector<std::pair<long long, std::string>> records;
+  std::string record;
+  long long start = 0;
+  bool open = false;
+  for (size_t i = 0; i < bytes.size(); ++i) {
+    char const c = bytes[i];
+    bool const crlf = c == '\r' && i + 1 < bytes.size() && bytes[i + 1] == '\n';
+    bool const ends = (termstr == NUL && c == '\0') || (termstr == CR && c == '\r') ||
+                      ((termstr == LF || termstr == ANY) && c == '\n') ||
+                      ((termstr == CRLF || termstr == ANY) && crlf);
+    if (!ends) {
+      if (!open) start = static_cast<long long>(i);
+      open = true;
+      record += c;
+      continue;
+    }
+    if (!open) start = static_cast<long long>(i);
+    records.emplace_back(start, record.substr(0, static_cast<size_t>(maxLength)));
+    record.clear();
+    open = false;
+    if (crlf && termstr != CR) ++i;
+  }
+  if (open) records.emplace_back(start, record.substr(0, static_cast<size_t>(maxLength)));
+  return records;
+}
+
+TEST(RecfmV, RandomFilesReadAsTheRulesSayAtAnyBlockAndBufferSize) {
+  std::mt19937 random(4);
+  char const* const separators[] = {"\n", "\r\n", "\r", "\r\r\n", "\n\r"};
+  int const blockSizes[] = {1, 7, 16, 17, 31, 32, 33, 64, 100, 8192};
+  int const maxLengths[] = {0, 1, 15, 16, 17, 31, 32, 33, 100, 1 << 16};
+  for (int n = 0; n < 1000; ++n) {
+    std::string bytes;
+    for (int pieces = static_cast<int>(random() % 8); pieces > 0; --pieces) {
+      for (int k = static_cast<int>(random() % 45); k > 0; --k)
+        bytes += static_cast<char>('a' + random() % 26);
+      bytes += random() % 6 == 5 ? std::string(1, '\0') : std::string(separators[random() % 5]);
+    }
+    bytes.append(random() % 20, 'z');
+    if (n % 3 == 0 && !bytes.empty()) bytes[random() % bytes.size()] = '\032';
+    int const blockSize = blockSizes[n % 10];
+    int const maxLength = maxLengths[n / 10 % 10];
+    for (int termstr = NUL; termstr <= ANY; ++termstr) {
+      for (bool stopAtCtrlZ : {false, true}) {
+        SCOPED_TRACE("case " + std::to_string(n) + ", termstr " + std::to_string(termstr) + ", Ctrl-Z " +
+                     std::to_string(stopAtCtrlZ));
+        Options options = optionsFor(RecordFile::READ, BaseRecordFile::RECFM_V, termstr, blockSize);
+        options.stopAtCtrlZ = stopAtCtrlZ;
+        MemoryRecordFile file(bytes, options, n % 4 == 3 ? 13 : 0);
+        // Exactly maxLength bytes, so that the sanitizer sees a write beyond them.
+        std::vector<char> buffer(static_cast<size_t>(maxLength));
+        std::vector<std::pair<long long, std::string>> got;
+        int eof = 0;
+        for (int r; (r = file.read(buffer.data(), maxLength, &eof)) >= 0;) {
+          long long note = -1;
+          ASSERT_TRUE(file.tell(&note));
+          got.emplace_back(note, std::string(buffer.data(), static_cast<size_t>(r)));
+          ASSERT_LE(got.size(), bytes.size() + 1);
+        }
+        EXPECT_EQ(referenceRecords(bytes, termstr, stopAtCtrlZ, maxLength), got)
+            << ::testing::PrintToString(bytes);
+      }
+    }
+  }
 }
 
 struct WriteCase {

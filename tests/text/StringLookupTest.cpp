@@ -166,6 +166,25 @@ TEST(StringLookup, EqualKeysFindTheFirstAdded) {
   expectProbes(Table(false, {"long", "long"}), {{"lon", kUnique, 0}, {"long", kUnique, 1}});
 }
 
+TEST(StringLookup, WholeKeysAroundThe8And16ByteSteps) {
+  Table cs(false, {"abcdefgh", "abcdefghi", "abcdefghijklmnop", "abcdefghijklmnopq", "abcdefghi"});
+  EXPECT_EQ(1, cs.findKeyIndex("abcdefgh", kWhole));
+  EXPECT_EQ(2, cs.findKeyIndex("abcdefghi", kWhole));
+  EXPECT_EQ(3, cs.findKeyIndex("abcdefghijklmnop", kWhole));
+  EXPECT_EQ(4, cs.findKeyIndex("abcdefghijklmnopq", kWhole));
+  EXPECT_EQ(0, cs.findKeyIndex("abcdefghij", kWhole));
+  EXPECT_EQ(0, cs.findKeyIndex("abcdefghijklmnoq", kWhole));
+  EXPECT_EQ(0, cs.findKeyIndex("ABCDEFGHI", kWhole));
+  EXPECT_EQ(2, cs.findKeyIndex(StringView("abcdefghi\0xyz", 13), kWhole));
+  EXPECT_EQ(1, cs.findKeyIndex(StringView("abcdefgh\0ijklmnop", 17), kWhole));
+  EXPECT_EQ(0, cs.findKeyIndex(StringView("abcdefg\0", 8), kWhole));
+  Table ci(true, {"Long_Keyword_Name", "LONG_KEYWORD_NAME", "caf\xC9_au_lait_noir"});
+  EXPECT_EQ(1, ci.findKeyIndex("long_keyword_NAME", kWhole));
+  EXPECT_EQ(0, ci.findKeyIndex("long_keyword_nam", kWhole));
+  EXPECT_EQ(3, ci.findKeyIndex("CAF\xC9_AU_LAIT_NOIR", kWhole));
+  EXPECT_EQ(0, ci.findKeyIndex("caf\xE9_au_lait_noir", kWhole));
+}
+
 TEST(StringLookup, BadInputGetsAnAnswerNotAnOverrun) {
   // A zero ends the text, though its length passes the length test.
   Table table(false, {"ab", "abcdef"});
@@ -250,15 +269,20 @@ TEST(StringLookup, AgreesWithBruteForceOnRandomTables) {
     alphabet = round % 4 < 2 ? narrow : wide;
     std::vector<std::string> keys;
     unsigned long maxLength = 0;
+    // Keys of up to 6 bytes, or in every third round up to 40, around the 8- and 16-byte steps in
+    // which exact lookup reads a text.
+    int const longest = round % 3 == 2 ? 40 : 6;
     for (int k = 0, n = 1 + random() % (round % 4 < 2 ? 40 : 300); k < n; ++k) {
-      keys.push_back(word(6));
+      keys.push_back(word(longest));
       maxLength = std::max<unsigned long>(maxLength, keys.back().size());
     }
     Table table(fold, keys);
     for (int probe = 0; probe < 200; ++probe) {
-      std::string text =
-          probe < static_cast<int>(keys.size()) ? keys[probe].substr(0, random() % 7) : word(7);
-      if (probe % 17 == 0) text.push_back('\0');
+      std::string text = probe < static_cast<int>(keys.size())
+                             ? keys[probe].substr(0, random() % (longest + 1))
+                             : word(longest + 1);
+      // A zero ends the text, also when bytes follow it.
+      if (probe % 17 == 0) text += std::string(1, '\0') + word(probe % 2 == 0 ? 0 : 9);
       for (bool unique : {false, true}) {
         ASSERT_EQ(oracle(keys, text, fold, unique, maxLength),
                   table.findKeyIndex(text, unique ? kUnique : kWhole))
@@ -278,7 +302,8 @@ TEST(StringLookup, CompiledTableServesManyThreads) {
     threads.emplace_back([&, t] {
       for (int round = 0; round < 20; ++round)
         for (unsigned long i = 0; i < keys.size(); ++i)
-          if (table.findKeyIndex(keys[i], kUnique) != static_cast<long>(i + 1)) ++failures[t];
+          if (table.findKeyIndex(keys[i], t % 2 == 0 ? kUnique : kWhole) != static_cast<long>(i + 1))
+            ++failures[t];
     });
   }
   for (std::thread& thread : threads) thread.join();

@@ -70,7 +70,9 @@ struct VYK_EXPORT ByteOrderBE {
 // file's byte order, and only whole units: maxLength and the result count bytes, a unit is stored
 // only when all its bytes fit, the rest of an over-long record is dropped up to its terminator, and
 // bytes that do not make a whole unit at the end of the input are dropped. The last record needs no
-// terminator; a file that ends directly after one gives no empty record. -1 at the end.
+// terminator; a file that ends directly after one gives no empty record. -1 at the end. The bytes
+// of buffer beyond the length returned (up to maxLength) are left undefined: a record that lies in
+// the block is searched and copied 16 bytes at a time.
 //
 // Writing (writerec): the carriage control first (CC_NEW_PAGE: ff_; CC_DOUBLE: one terminator;
 // CC_TRIPLE: two), then at most lrecl_ bytes of the record, in whole units; with padToLrecl_ the
@@ -114,6 +116,11 @@ class VYK_EXPORT RecfmVBase : public StreamedRecordFormat, public ByteOrder {
   bool padToLrecl_;
 
  private:
+  // readrec() for every case that its inline scan of the block leaves open. Kept out of line so
+  // that readrec() stays small.
+  [[gnu::noinline]] int readRecord(char* buffer, int maxLength);
+  // The record unit by unit, across block ends, after readRecord() has marked its start.
+  int readUnits(char* buffer, int maxLength);
   // Takes the next whole unit across block ends; false at the end of the input, where bytes that
   // do not make a whole unit are consumed and dropped.
   bool takeUnit(CodeUnit& unit);

@@ -165,8 +165,24 @@ class VYK_EXPORT StringLookupBase {
     unsigned long tailLength;
   };
 
+  // A slot of the exact-key index: an open-addressing hash table of the distinct keys (after
+  // folding), each with the index of the first key added that way.
+  // Keys of up to 16 bytes stand in the slot itself, packed (folded) into lo and hi; longer ones in
+  // exactBytes_.
+  struct ExactSlot {
+    unsigned long long tag;  // the hash's high 32 bits, then the key's length plus 1; 0: empty slot
+    unsigned long long lo;
+    unsigned long long hi;
+    unsigned int key;     // key index
+    unsigned int offset;  // of a long key's (folded) bytes in exactBytes_
+  };
+
   template <bool Fold>
   long find(char const* text, unsigned long length, PrefixMatch prefixMatch) const noexcept;
+  template <bool Fold>
+  long findExact(char const* text, unsigned long length) const noexcept;
+  // Builds the exact-key index, or leaves it empty when the walk must decide (a key holds a zero).
+  void makeExactIndex();
   // Derives the search index below from states_ and transitions_.
   void makeSearchIndex();
 
@@ -179,6 +195,11 @@ class VYK_EXPORT StringLookupBase {
   std::string tailBytes_;
   std::vector<unsigned short> dispatch_;
   bool keysHoldZero_ = false;
+  // The exact-key index, consulted instead of the walk when only whole keys are accepted; empty
+  // (exactMask_ 0) when the walk must serve them too.
+  std::vector<ExactSlot> exact_;
+  std::string exactBytes_;
+  unsigned long exactMask_ = 0;
 };
 
 class StringLookupResultBase;

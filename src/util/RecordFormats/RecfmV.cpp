@@ -6,6 +6,10 @@
 
 #include "vyk/util/Assert.h"
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 namespace vyk {
 namespace recfm {
 namespace {
@@ -91,6 +95,109 @@ bool isEndMarker(CodeUnit unit) {
   }
 }
 
+// Single-byte units, when readShortLine() leaves the record open: a record ended by lf_ (or cr_ lf_) that
+// lies wholly inside the block, read in one pass. Under LF a record ends at the first lf_; under ANY also
+// there, and when the byte before that lf_ is cr_ the pair is the terminator (every earlier cr_ is then not
+// followed by lf_, so it is data); under CRLF at the first lf_ preceded by cr_, a lone lf_ being
+// data. Returns the record's length, or -1 with nothing consumed when the unit-by-unit scan must
+// decide: no terminator before the block's end, a 0x1A that may end the input, or line ends that
+// coincide. The caller's buffer may then hold bytes of the record already; the scan rewrites it.
+int readLineInBlock(FileStream& s, int termstr, bool stopAtCtrlZ, unsigned char cr, unsigned char lf,
+                    char* buffer, int capacity) {
+  if (cr == lf) return -1;
+  unsigned char* const from = s.p_;
+  unsigned char* const end = s.end_;
+  // The bytes [from, at) hold no lf_ and stand in buffer already.
+  unsigned char* at = from;
+  unsigned char* found = nullptr;
+#if defined(__SSE2__)
+  // Search and copy 16 bytes at a time while they fit in the block and in the caller's buffer: one
+  // pass over the record, and no copy whose length varies from record to record.
+  __m128i const pattern = _mm_set1_epi8(static_cast<char>(lf));
+  long const copyable = std::min(static_cast<long>(end - from), static_cast<long>(capacity));
+  long i = 0;
+  for (; copyable - i >= 16; i += 16) {
+    __m128i const chunk = _mm_loadu_si128(reinterpret_cast<__m128i const*>(from + i));
+    unsigned const mask = static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(chunk, pattern)));
+    if (mask != 0) {
+      found = from + i + __builtin_ctz(mask);
+      break;
+    }
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(buffer + i), chunk);
+  }
+  at = from + i;
+#endif
+  if (found == nullptr)
+    found = static_cast<unsigned char*>(std::memchr(at, lf, static_cast<size_t>(end - at)));
+  if (termstr == BaseRecordFile::TERMSTR_CRLF) {
+    while (found != nullptr && !(found > from && found[-1] == cr)) {
+      found = static_cast<unsigned char*>(std::memchr(found + 1, lf, static_cast<size_t>(end - (found + 1))));
+    }
+  }
+  if (found == nullptr) return -1;
+  unsigned char* last = found;  // one past the record's data
+  if (termstr != BaseRecordFile::TERMSTR_LF && last > from && last[-1] == cr) --last;
+  if (stopAtCtrlZ && std::memchr(from, 0x1A, static_cast<size_t>(last - from)) != nullptr) return -1;
+  long const size = last - from;
+  int length;
+#if defined(__SSE2__)
+  if (size >= 16 && size <= capacity && last - at <= 16) {
+    // What is left lies in the last 16 bytes of the record: copy those, partly over bytes in place.
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(buffer + size - 16),
+                     _mm_loadu_si128(reinterpret_cast<__m128i const*>(last - 16)));
+    length = static_cast<int>(size);
+  } else
+#endif
+  {
+    length = static_cast<int>(std::min(size, static_cast<long>(capacity)));
+    if (length > 0) std::memcpy(buffer, from, static_cast<size_t>(length));
+  }
+  s.p_ = found + 1;
+  return length;
+}
+
+#if defined(__SSE2__)
+// The commonest case of all, kept free of calls so that a read costs little more than its bytes: a
+// record ended by lf_ (under ANY also by cr_ lf_) whose terminator lies in the whole 16-byte steps of
+// the block that also fit in the caller's buffer. Returns the record's length, or -1 with nothing
+// consumed (the buffer may hold some of the record's bytes then).
+inline int readShortLine(FileStream& s, bool crlfToo, unsigned char cr, unsigned char lf, char* buffer,
+                         int capacity) {
+  unsigned char* const from = s.p_;
+  long const copyable = std::min(static_cast<long>(s.end_ - from), static_cast<long>(capacity));
+  __m128i const pattern = _mm_set1_epi8(static_cast<char>(lf));
+  long i = 0;
+  unsigned mask = 0;
+  for (; copyable - i >= 16; i += 16) {
+    __m128i const chunk = _mm_loadu_si128(reinterpret_cast<__m128i const*>(from + i));
+    mask = static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(chunk, pattern)));
+    if (mask != 0) break;
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(buffer + i), chunk);
+  }
+  if (mask == 0) return -1;
+  unsigned char* const found = from + i + __builtin_ctz(mask);
+  unsigned char* last = found;  // one past the record's data
+  if (crlfToo && last > from && last[-1] == cr) --last;
+  long const size = last - from;  // below i + 16, so what is not copied yet lies in the last 16 bytes
+  if (size >= 16) {
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(buffer + size - 16),
+                     _mm_loadu_si128(reinterpret_cast<__m128i const*>(last - 16)));
+  } else if (size >= 8) {  // two copies that overlap, of fixed sizes
+    std::memcpy(buffer, from, 8);
+    std::memcpy(buffer + size - 8, last - 8, 8);
+  } else if (size >= 4) {
+    std::memcpy(buffer, from, 4);
+    std::memcpy(buffer + size - 4, last - 4, 4);
+  } else if (size > 0) {
+    buffer[0] = static_cast<char>(from[0]);
+    buffer[size / 2] = static_cast<char>(from[size / 2]);
+    buffer[size - 1] = static_cast<char>(from[size - 1]);
+  }
+  s.p_ = found + 1;
+  return static_cast<int>(size);
+}
+#endif
+
 }  // namespace
 
 template <class CodeUnit, class ByteOrder>
@@ -133,9 +240,41 @@ void RecfmVBase<CodeUnit, ByteOrder>::storeUnit(char* buffer, int& count, int ca
 
 template <class CodeUnit, class ByteOrder>
 int RecfmVBase<CodeUnit, ByteOrder>::readrec(char* buffer, int maxLength) {
+#if defined(__SSE2__)
+  if constexpr (UNIT_SIZE == 1) {
+    if (maxLength >= 0 && !stopAtCtrlZ_ &&
+        (termstr_ == BaseRecordFile::TERMSTR_LF || termstr_ == BaseRecordFile::TERMSTR_ANY) && cr_ != lf_) {
+      markRecordStart();
+      int const length =
+          readShortLine(stream_, termstr_ == BaseRecordFile::TERMSTR_ANY, static_cast<unsigned char>(cr_),
+                        static_cast<unsigned char>(lf_), buffer, maxLength);
+      if (length >= 0) return length;
+    }
+  }
+#endif
+  return readRecord(buffer, maxLength);
+}
+
+template <class CodeUnit, class ByteOrder>
+int RecfmVBase<CodeUnit, ByteOrder>::readRecord(char* buffer, int maxLength) {
   if (maxLength < 0) VYK_FAIL("length>=0");
   markRecordStart();
+  if constexpr (UNIT_SIZE == 1) {
+    if (termstr_ == BaseRecordFile::TERMSTR_LF || termstr_ == BaseRecordFile::TERMSTR_ANY ||
+        termstr_ == BaseRecordFile::TERMSTR_CRLF) {
+      // A used-up block is refilled first, as the scan below would, so that a record that starts a
+      // block is read in one piece too.
+      if (stream_.p_ == stream_.end_) stream_.ensureByte();
+      int const length = readLineInBlock(stream_, termstr_, stopAtCtrlZ_, static_cast<unsigned char>(cr_),
+                                         static_cast<unsigned char>(lf_), buffer, maxLength);
+      if (length >= 0) return length;
+    }
+  }
+  return readUnits(buffer, maxLength);
+}
 
+template <class CodeUnit, class ByteOrder>
+int RecfmVBase<CodeUnit, ByteOrder>::readUnits(char* buffer, int maxLength) {
   bool const crMayEnd = termstr_ == BaseRecordFile::TERMSTR_CRLF || termstr_ == BaseRecordFile::TERMSTR_ANY;
   bool const lfEnds = termstr_ == BaseRecordFile::TERMSTR_LF || termstr_ == BaseRecordFile::TERMSTR_ANY;
   StopScanner<CodeUnit, ByteOrder> stops;

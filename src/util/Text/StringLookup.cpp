@@ -62,6 +62,121 @@ struct LessThan {
   bool operator()(unsigned long i, unsigned long j) const { return comparator->isLessThan(i, j); }
 };
 
+// The exact-key index reads a text 8 bytes at a time, little end first.
+constexpr bool kLittleEndian = __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__;
+constexpr unsigned long long kOnes = 0x0101010101010101ull;
+// Texts and keys up to this length are packed into two words and compared as such.
+constexpr unsigned long kPackedLength = 16;
+
+inline unsigned long long load8(char const* p) {
+  unsigned long long w;
+  std::memcpy(&w, p, 8);
+  return w;
+}
+
+inline unsigned long long load4(char const* p) {
+  unsigned int w;
+  std::memcpy(&w, p, 4);
+  return w;
+}
+
+// The position of the first zero byte of w, or 8. Of the flags below only the lowest is exact (a
+// borrow can flag a byte above a zero), and it is the one taken.
+inline unsigned long firstZeroByte(unsigned long long w) {
+  unsigned long long const zero = (w - kOnes) & ~w & (0x80 * kOnes);
+  return zero != 0 ? static_cast<unsigned long>(__builtin_ctzll(zero)) / 8 : 8;
+}
+
+// The fold of the lookup tables on 8 bytes at once: a-z become A-Z, every other byte (0x80 and up
+// included) stays.
+inline unsigned long long foldWord(unsigned long long w) {
+  unsigned long long const low7 = w & (0x7F * kOnes);
+  unsigned long long const fromA = low7 + (0x80 - 'a') * kOnes;      // high bit: low7 >= 'a'
+  unsigned long long const pastZ = low7 + (0x80 - 'z' - 1) * kOnes;  // high bit: low7 > 'z'
+  unsigned long long const lower = fromA & ~pastZ & ~w & (0x80 * kOnes);
+  return w ^ (lower >> 2);  // 0x80 >> 2 is the case bit 0x20
+}
+
+// Packs the first n bytes of text (n at most kPackedLength), folded when Fold is set, into lo and hi,
+// byte i at bits 8i of lo and byte 8+i at bits 8i of hi, zero above. Reads no byte outside the n. The
+// text ends at a zero byte: returns the number of bytes before it (n without one), the words then
+// holding only those.
+template <bool Fold>
+inline unsigned long packShort(char const* text, unsigned long n, unsigned long long& lo,
+                               unsigned long long& hi) {
+  if (n >= 8) {
+    lo = load8(text);
+    hi = n > 8 ? load8(text + n - 8) >> (8 * (16 - n)) : 0;
+  } else if (n >= 4) {
+    lo = load4(text) | load4(text + n - 4) << (8 * (n - 4));  // the two halves overlap for n < 8
+    hi = 0;
+  } else if (n > 0) {
+    auto byte = [text](unsigned long i) {
+      return static_cast<unsigned long long>(static_cast<unsigned char>(text[i]));
+    };
+    lo = byte(0) | byte(n / 2) << (8 * (n / 2)) | byte(n - 1) << (8 * (n - 1));
+    hi = 0;
+  } else {
+    lo = hi = 0;
+    return 0;
+  }
+  // The padding is zero too, so a first zero at or past n is no zero of the text.
+  unsigned long zero = firstZeroByte(lo);
+  if (zero == 8) zero += firstZeroByte(hi);
+  if (zero < n) {
+    n = zero;
+    if (n < 8) {
+      lo &= (1ull << (8 * n)) - 1;
+      hi = 0;
+    } else {
+      hi &= (1ull << (8 * (n - 8))) - 1;
+    }
+  }
+  if (Fold) {
+    lo = foldWord(lo);
+    hi = foldWord(hi);
+  }
+  return n;
+}
+
+// Spreads every input bit over the low bits, which pick the slot, and the high bits, which tag it.
+inline unsigned long long mix(unsigned long long h) {
+  h ^= h >> 32;
+  h *= 0xbf58476d1ce4e5b9ull;
+  return h ^ (h >> 29);
+}
+
+inline unsigned long long hashPacked(unsigned long long lo, unsigned long long hi, unsigned long n) {
+  return mix((lo * 0x9E3779B97F4A7C15ull) ^ (hi * 0xC2B2AE3D27D4EB4Full) ^ n);
+}
+
+// The hash of a text longer than kPackedLength, which holds no zero byte, folded when Fold is set.
+template <bool Fold>
+inline unsigned long long hashLong(char const* text, unsigned long n, unsigned char const* fold) {
+  unsigned long long h = 0xcbf29ce484222325ull;
+  for (unsigned long i = 0; i < n; ++i) {
+    unsigned char c = static_cast<unsigned char>(text[i]);
+    h = (h ^ (Fold ? fold[c] : c)) * 0x100000001b3ull;
+  }
+  return mix(h);
+}
+
+// The slot tag: the hash's high half and the length plus 1, so that no key's tag is 0.
+inline unsigned long long slotTag(unsigned long long hash, unsigned long n) {
+  return (hash & 0xFFFFFFFF00000000ull) | (n + 1);
+}
+
+// Whether the n bytes of text, folded when Fold is set, equal the n bytes of a stored key (which
+// the index holds folded already).
+template <bool Fold>
+inline bool sameBytes(char const* text, char const* key, unsigned long n, unsigned char const* fold) {
+  if (!Fold) return std::memcmp(text, key, n) == 0;
+  for (unsigned long i = 0; i < n; ++i) {
+    if (fold[static_cast<unsigned char>(text[i])] != static_cast<unsigned char>(key[i])) return false;
+  }
+  return true;
+}
+
 StringLookupBase::Parameters const caseInsensitiveParameters(true);
 StringLookupBase::Parameters const caseSensitiveParameters(false);
 
@@ -151,6 +266,60 @@ void StringLookupBase::makeSearchIndex() {
   }
   keysHoldZero_ = false;
   for (std::string const& key : keys_) keysHoldZero_ = keysHoldZero_ || key.find('\0') != std::string::npos;
+  makeExactIndex();
+}
+
+void StringLookupBase::makeExactIndex() {
+  exact_.clear();
+  exactBytes_.clear();
+  exactMask_ = 0;
+  // A key with a zero inside is matched by the walk up to its zero; the index would need the same
+  // rule, and such keys are outside what tables are for, so they keep the walk alone. The slot's
+  // fields also bound the number and the size of the keys.
+  unsigned long long totalBytes = 0;
+  for (std::string const& key : keys_) totalBytes += key.size();
+  if (!kLittleEndian || keysHoldZero_ || keys_.empty() || keys_.size() >= 0x80000000ul ||
+      totalBytes >= 0xFFFFFFFFull)
+    return;
+  unsigned long capacity = 16;
+  while (capacity < 2 * keys_.size()) capacity *= 2;  // at most half full: short probe runs
+  exact_.assign(capacity, ExactSlot{0, 0, 0, 0, 0});
+  exactMask_ = capacity - 1;
+  unsigned char const* fold = caseInsensitive_ ? foldTable() : nullptr;
+  std::string folded;
+  for (unsigned long k = 0; k < keys_.size(); ++k) {
+    std::string const& key = keys_[k];
+    unsigned long const n = key.size();
+    ExactSlot add{0, 0, 0, static_cast<unsigned int>(k), 0};
+    unsigned long long h;
+    if (n <= kPackedLength) {
+      if (fold != nullptr) {
+        packShort<true>(key.data(), n, add.lo, add.hi);
+      } else {
+        packShort<false>(key.data(), n, add.lo, add.hi);
+      }
+      h = hashPacked(add.lo, add.hi, n);
+    } else {
+      folded.assign(key);
+      if (fold != nullptr) {
+        for (char& c : folded) c = static_cast<char>(fold[static_cast<unsigned char>(c)]);
+      }
+      h = hashLong<false>(folded.data(), n, nullptr);
+      add.offset = static_cast<unsigned int>(exactBytes_.size());
+    }
+    add.tag = slotTag(h, n);
+    unsigned long i = static_cast<unsigned long>(h) & exactMask_;
+    bool duplicate = false;
+    for (; exact_[i].tag != 0 && !duplicate; i = (i + 1) & exactMask_) {
+      // Equal keys (after folding): the first added keeps the slot.
+      ExactSlot const& slot = exact_[i];
+      duplicate = slot.tag == add.tag && slot.lo == add.lo && slot.hi == add.hi &&
+                  (n <= kPackedLength || exactBytes_.compare(slot.offset, n, folded) == 0);
+    }
+    if (duplicate) continue;
+    exact_[i] = add;
+    if (n > kPackedLength) exactBytes_ += folded;
+  }
 }
 
 unsigned long StringLookupBase::makeTransitions(Permutation const& order, unsigned long s, unsigned long e,
@@ -207,6 +376,10 @@ unsigned long StringLookupBase::makeTransitions(Permutation const& order, unsign
 long StringLookupBase::findKeyIndex(StringView const& text, PrefixMatch prefixMatch) const noexcept {
   if (text.empty() || text.length() > maxKeyLength_) return 0;
   if (states_.size() < 2) return 0;
+  if (prefixMatch != PREFIX_UNIQUE && exactMask_ != 0) {
+    return caseInsensitive_ ? findExact<true>(text.data(), text.length())
+                            : findExact<false>(text.data(), text.length());
+  }
   return caseInsensitive_ ? find<true>(text.data(), text.length(), prefixMatch)
                           : find<false>(text.data(), text.length(), prefixMatch);
 }
@@ -276,6 +449,36 @@ long StringLookupBase::find(char const* text, unsigned long length, PrefixMatch 
     }
     if (edge.target < 0) return at(p) == 0 ? ~edge.target + 1 : 0;
     state = static_cast<unsigned long>(edge.target);
+  }
+}
+
+template <bool Fold>
+long StringLookupBase::findExact(char const* text, unsigned long length) const noexcept {
+  unsigned long n = length;
+  if (n > kPackedLength) {
+    void const* zero = std::memchr(text, 0, n);
+    if (zero != nullptr) n = static_cast<unsigned long>(static_cast<char const*>(zero) - text);
+  }
+  unsigned long long lo = 0;
+  unsigned long long hi = 0;
+  unsigned long long h;
+  if (n <= kPackedLength) {
+    n = packShort<Fold>(text, n, lo, hi);
+    h = hashPacked(lo, hi, n);
+  } else {
+    h = hashLong<Fold>(text, n, Fold ? foldTable() : nullptr);
+  }
+  unsigned long long const tag = slotTag(h, n);
+  ExactSlot const* slots = exact_.data();
+  // The index is at most half full, so an empty slot ends every probe run.
+  for (unsigned long i = static_cast<unsigned long>(h) & exactMask_;; i = (i + 1) & exactMask_) {
+    ExactSlot const& slot = slots[i];
+    if (slot.tag == tag && slot.lo == lo && slot.hi == hi &&
+        (n <= kPackedLength ||
+         sameBytes<Fold>(text, exactBytes_.data() + slot.offset, n, Fold ? foldTable() : nullptr))) {
+      return static_cast<long>(slot.key) + 1;
+    }
+    if (slot.tag == 0) return 0;
   }
 }
 
