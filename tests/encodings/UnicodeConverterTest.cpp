@@ -206,6 +206,65 @@ TEST(Utf8Converter, OverflowAtEveryTargetLengthStopsOnACharacterAndResumes) {
   }
 }
 
+// A long text in runs of one kind of character, so that the block paths meet a full target at every
+// place: each piece is one character, its UTF-8 bytes and its units.
+struct Piece {
+  char const* utf8;
+  U16 units;
+};
+Piece const kPieces[] = {{"a", {0x61}},
+                         {"\xC3\xA9", {0xE9}},
+                         {"\xD0\x96", {0x416}},
+                         {"\xE4\xB8\xAD", {0x4E2D}},
+                         {"\xEF\xBF\xBF", {0xFFFF}},
+                         {"\xF0\x9F\x98\x80", {0xD83D, 0xDE00}}};
+int const kRuns[][2] = {{0, 20}, {1, 9}, {2, 13}, {0, 3}, {3, 11}, {5, 2},  {4, 1},  {3, 9},
+                        {1, 1},  {0, 1}, {2, 1},  {3, 1}, {5, 1},  {0, 17}, {2, 30}, {3, 12}};
+
+TEST(Utf8Converter, FullTargetInLongTextsStopsOnACharacterAndWritesNoFurther) {
+  std::string bytes;
+  U16 units;
+  std::vector<long> byteEnds(1, 0), unitEnds(1, 0);
+  for (auto const& run : kRuns) {
+    for (int i = 0; i < run[1]; ++i) {
+      bytes += kPieces[run[0]].utf8;
+      units += kPieces[run[0]].units;
+      byteEnds.push_back(static_cast<long>(bytes.size()));
+      unitEnds.push_back(static_cast<long>(units.size()));
+    }
+  }
+  Utf8Converter utf8;
+  for (unsigned long room = 0; room <= bytes.size() + 1; ++room) {
+    SCOPED_TRACE(room);
+    size_t k = 0;  // the last character that fits
+    while (k + 1 < byteEnds.size() && byteEnds[k + 1] <= static_cast<long>(room)) ++k;
+    std::vector<char> out(room + 24, '\x5A');
+    unsigned short const* s = units.data();
+    char* t = out.data();
+    UC::ErrorCode code = UC::Ok;
+    utf8.fromUnicode(&s, units.data() + units.size(), &t, out.data() + room, code);
+    EXPECT_EQ(k + 1 == byteEnds.size() ? UC::Ok : UC::Overflow, code);
+    EXPECT_EQ(unitEnds[k], s - units.data());
+    ASSERT_EQ(bytes.substr(0, static_cast<size_t>(byteEnds[k])), std::string(out.data(), t));
+    EXPECT_EQ(std::string(out.size() - static_cast<size_t>(byteEnds[k]), '\x5A'),
+              std::string(t, out.data() + out.size()));
+  }
+  for (unsigned long room = 0; room <= units.size() + 1; ++room) {
+    SCOPED_TRACE(room);
+    size_t k = 0;
+    while (k + 1 < unitEnds.size() && unitEnds[k + 1] <= static_cast<long>(room)) ++k;
+    std::vector<unsigned short> out(room + 24, 0xBEEF);
+    char const* s = bytes.data();
+    unsigned short* t = out.data();
+    UC::ErrorCode code = UC::Ok;
+    utf8.toUnicode(&s, bytes.data() + bytes.size(), &t, out.data() + room, code);
+    EXPECT_EQ(k + 1 == unitEnds.size() ? UC::Ok : UC::Overflow, code);
+    EXPECT_EQ(byteEnds[k], s - bytes.data());
+    ASSERT_EQ(units.substr(0, static_cast<size_t>(unitEnds[k])), U16(out.data(), t));
+    EXPECT_EQ(U16(out.size() - static_cast<size_t>(unitEnds[k]), 0xBEEF), U16(t, out.data() + out.size()));
+  }
+}
+
 TEST(UnicodeConverter, TruncRetSrcUseFillsAFixedTargetAndResumes) {
   IntrusivePointer<UC> utf8 = UC::utf8ToUnicode();
   for (unsigned long room = 2; room <= 6; ++room) {

@@ -13,6 +13,7 @@
 #include <unicode/ucnv.h>
 #include <unicode/ucnv_err.h>
 
+#include <cstring>
 #include <random>
 #include <string>
 #include <vector>
@@ -243,6 +244,128 @@ TEST(Utf8AgainstIcu, RandomByteStrings) {
   }
   EXPECT_GT(invalid, 30000);  // the generator must give many faults
   EXPECT_LT(invalid, 90000);
+}
+
+void appendUtf8(std::string& out, unsigned int cp) {
+  if (cp < 0x80) {
+    out += static_cast<char>(cp);
+  } else if (cp < 0x800) {
+    out += static_cast<char>(0xC0 | (cp >> 6));
+    out += static_cast<char>(0x80 | (cp & 0x3F));
+  } else if (cp < 0x10000) {
+    out += static_cast<char>(0xE0 | (cp >> 12));
+    out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
+    out += static_cast<char>(0x80 | (cp & 0x3F));
+  } else {
+    out += static_cast<char>(0xF0 | (cp >> 18));
+    out += static_cast<char>(0x80 | ((cp >> 12) & 0x3F));
+    out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
+    out += static_cast<char>(0x80 | (cp & 0x3F));
+  }
+}
+
+// A code point of the given UTF-8 length, often at the edge of its range or next to the surrogates.
+unsigned int codePointOfLength(std::mt19937& rng, int length) {
+  static unsigned int const low[] = {0, 0x80, 0x800, 0x10000};
+  static unsigned int const high[] = {0x7F, 0x7FF, 0xFFFF, 0x10FFFF};
+  static unsigned int const edges[] = {0x00,   0x7F,   0x80,   0x7FF,   0x800,
+                                       0xD7FF, 0xE000, 0xFFFF, 0x10000, 0x10FFFF};
+  for (;;) {
+    unsigned int cp = rng() % 8 == 0 ? edges[rng() % 10]
+                                     : low[length - 1] + rng() % (high[length - 1] - low[length - 1] + 1);
+    bool fits = cp >= low[length - 1] && cp <= high[length - 1];
+    if (fits && (cp < 0xD800 || cp > 0xDFFF)) return cp;
+  }
+}
+
+// Long texts in runs of characters of one length (as prose in one script), so that windows of 12 to
+// 64 bytes hold every mix; with faults, a malformed piece now and then.
+std::string longText(std::mt19937& rng, bool faults) {
+  static char const* const bad[] = {"\x80",
+                                    "\xBF",
+                                    "\xC0\xAF",
+                                    "\xC1\x81",
+                                    "\xC3",
+                                    "\xE0\x9F\xBF",
+                                    "\xE4\xB8",
+                                    "\xED\xA0\x80",
+                                    "\xED\xBF\xBF",
+                                    "\xF0\x8F\xBF\xBF",
+                                    "\xF4\x90\x80\x80",
+                                    "\xF0\x9F\x98",
+                                    "\xF5\x80\x80",
+                                    "\xFF",
+                                    "\x00\x80"};
+  std::string out;
+  size_t target = 16 + rng() % 300;
+  while (out.size() < target) {
+    int weights[] = {1, 1, 1, 1, 1, 2, 2, 2, 3, 3, 3, 4};
+    int length = weights[rng() % 12];
+    int run = 1 + static_cast<int>(rng() % 24);
+    for (int i = 0; i < run; ++i) appendUtf8(out, codePointOfLength(rng, length));
+    if (faults && rng() % 6 == 0) {
+      char const* piece = bad[rng() % 15];
+      out.append(piece, piece[0] == 0 ? 2 : std::strlen(piece));
+    }
+  }
+  return out;
+}
+
+TEST(Utf8AgainstIcu, LongTextsInRuns) {
+  IcuUtf8 icu;
+  IntrusivePointer<UC> skipping = UC::utf8ToUnicode();
+  skipping->setInvalidStrategy(UC::INVALID_SKIP);
+  Utf8Converter strict;
+  std::mt19937 rng(2024);
+  int invalid = 0;
+  for (int round = 0; round < 20000; ++round) {
+    std::string bytes = longText(rng, round % 2 == 1);
+    U16 icuUnits, ourUnits;
+    bool icuOk = icu.toUnicode(bytes, false, icuUnits);
+    bool ourOk = ourToUnicode(strict, bytes, ourUnits);
+    ASSERT_EQ(icuOk, ourOk) << round;
+    ASSERT_EQ(icuUnits, ourUnits) << round;
+    ASSERT_TRUE(icu.toUnicode(bytes, true, icuUnits));
+    ASSERT_EQ(icuUnits, skipping->toUnicode(bytes)) << round;
+    if (!ourOk) {
+      ++invalid;
+      continue;
+    }
+    std::string icuBytes, ourBytes;
+    ASSERT_TRUE(icu.fromUnicode(ourUnits, icuBytes));
+    ASSERT_TRUE(ourFromUnicode(strict, ourUnits, ourBytes));
+    ASSERT_EQ(bytes, icuBytes) << round;
+    ASSERT_EQ(bytes, ourBytes) << round;
+  }
+  EXPECT_GT(invalid, 5000);  // most texts with faults have one
+  EXPECT_LT(invalid, 10001);
+}
+
+// Units in runs the same way, with now and then a high surrogate without its low one.
+TEST(Utf8AgainstIcu, LongUnitTextsInRuns) {
+  IcuUtf8 icu;
+  Utf8Converter ours;
+  std::mt19937 rng(4048);
+  int invalid = 0;
+  for (int round = 0; round < 20000; ++round) {
+    U16 units;
+    size_t target = 8 + rng() % 200;
+    while (units.size() < target) {
+      int weights[] = {1, 1, 1, 2, 2, 3, 3, 4};
+      int length = weights[rng() % 8];
+      int run = 1 + static_cast<int>(rng() % 20);
+      for (int i = 0; i < run; ++i) units += unitsOf(codePointOfLength(rng, length));
+      if (round % 2 == 1 && rng() % 8 == 0) units += static_cast<unsigned short>(0xD800 + rng() % 0x400);
+    }
+    std::string icuBytes, ourBytes;
+    bool icuOk = icu.fromUnicode(units, icuBytes);
+    bool ourOk = ourFromUnicode(ours, units, ourBytes);
+    ASSERT_EQ(icuOk, ourOk) << round;
+    ASSERT_EQ(icuBytes, ourBytes) << round;
+    if (!ourOk) ++invalid;
+  }
+  EXPECT_GT(invalid, 3000);
+  EXPECT_LT(invalid, 10001);
 }
 
 TEST(Utf8AgainstIcu, RandomUnitStrings) {

@@ -3,9 +3,14 @@
 #include "vyk/util/StringUtilsSessionEncoded.h"
 
 #include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <unistd.h>
 
+#include <cstring>
 #include <stdexcept>
 #include <string>
+
+#include "vyk/util/CharacterTables.h"
 
 namespace vyk {
 namespace session_encoded {
@@ -142,6 +147,114 @@ TEST(SingleByteStrings, CountedFormsCompareZerosLikeAnyByte) {
   EXPECT_TRUE(sbcs.iends_with("xa\0B", 4, "A\0b", 3));
   EXPECT_FALSE(sbcs.iends_with("b", 1, "ab", 2));
   EXPECT_TRUE(sbcs.iends_with("b", 1, "", 0));
+}
+
+// Long texts whose first folded difference lies at every position up to 100, past any block size:
+// s is "aB" repeated, t the same in the other case, with one byte changed at position p.
+TEST(SingleByteStrings, FirstDifferenceAtEveryPositionOfLongTexts) {
+  for (size_t length : {40u, 101u}) {
+    std::string s, t;
+    for (size_t i = 0; i < length; ++i) {
+      s += i % 2 == 0 ? 'a' : 'B';
+      t += i % 2 == 0 ? 'A' : 'b';
+    }
+    EXPECT_EQ(0, sbcs.icompare(s.c_str(), t.c_str()));
+    EXPECT_EQ(0, sbcs.icompare(s.data(), length, t.data(), length));
+    EXPECT_TRUE(sbcs.iequals(s.c_str(), t.c_str()));
+    for (size_t p = 0; p < length; ++p) {
+      SCOPED_TRACE(p);
+      std::string u = t;
+      u[p] = '\xC9';  // folds to 0xE9, above either letter
+      int expected = (p % 2 == 0 ? 'a' : 'b') - 0xE9;
+      EXPECT_EQ(expected, sbcs.icompare(s.c_str(), u.c_str()));
+      EXPECT_EQ(-expected, sbcs.icompare(u.c_str(), s.c_str()));
+      EXPECT_EQ(expected, sbcs.icompare(s.data(), length, u.data(), length));
+      EXPECT_FALSE(sbcs.iequals(s.c_str(), u.c_str()));
+      EXPECT_FALSE(sbcs.iequals(s.data(), length, u.data(), length));
+      EXPECT_EQ(p > 0, sbcs.istarts_with(s.data(), length, u.data(), p == 0 ? 1 : p));
+      std::string shorter = t.substr(0, p);  // s ends later: the difference is L(s[p]) - L(0)
+      EXPECT_EQ(p % 2 == 0 ? 'a' : 'b', sbcs.icompare(s.c_str(), shorter.c_str()));
+      EXPECT_FALSE(sbcs.iequals(shorter.c_str(), s.c_str()));
+    }
+  }
+}
+
+// Texts that end right before a page that cannot be read: the comparison must not touch it,
+// whatever the alignment of either text.
+TEST(SingleByteStrings, TextsEndingAtAnUnreadablePage) {
+  long page = sysconf(_SC_PAGESIZE);
+  char* map = static_cast<char*>(mmap(nullptr, static_cast<size_t>(3 * page), PROT_READ | PROT_WRITE,
+                                      MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+  ASSERT_NE(MAP_FAILED, static_cast<void*>(map));
+  ASSERT_EQ(0, mprotect(map + page, static_cast<size_t>(page), PROT_NONE));
+  char* endS = map + page;      // s ends at the end of the first page
+  char* endT = map + 3 * page;  // t at the end of the third
+  for (int n = 1; n <= 70; ++n) {
+    SCOPED_TRACE(n);
+    char* s = endS - n;
+    char* t = endT - n;
+    for (int i = 0; i < n - 1; ++i) {
+      s[i] = static_cast<char>('a' + i % 26);
+      t[i] = static_cast<char>('A' + i % 26);
+    }
+    s[n - 1] = 0;
+    t[n - 1] = 0;
+    EXPECT_EQ(0, sbcs.icompare(s, t));
+    EXPECT_TRUE(sbcs.iequals(s, t));
+    EXPECT_EQ(0, sbcs.icompare(s, static_cast<unsigned long>(n - 1), t, static_cast<unsigned long>(n - 1)));
+    if (n >= 2) {
+      t[n - 2] = '#';  // the last letter against '#'
+      EXPECT_EQ('a' + (n - 2) % 26 - '#', sbcs.icompare(s, t));
+      EXPECT_EQ('#' - ('a' + (n - 2) % 26), sbcs.icompare(t + 0, s));
+      EXPECT_FALSE(sbcs.iequals(t, s));
+    }
+  }
+  // A byte folded to 0 against the end of t: the end stops the scan, not the folded value.
+  unsigned char saved = sbcs::detail::tolowerTable_['z'];
+  sbcs::detail::tolowerTable_['z'] = 0;
+  std::memcpy(endS - 2, "z", 2);
+  endT[-1] = 0;
+  EXPECT_EQ(0, sbcs.icompare(endS - 2, endT - 1));
+  EXPECT_FALSE(sbcs.iequals(endS - 2, endT - 1));
+  sbcs::detail::tolowerTable_['z'] = saved;
+  munmap(map, static_cast<size_t>(3 * page));
+}
+
+// The application may rewrite the folding table at any time: every comparison follows it as it is
+// at the call, in every block and at every byte value.
+TEST(SingleByteStrings, ComparisonFollowsARewrittenTable) {
+  struct Case {
+    unsigned char from, to;  // tolowerTable_[from] = to
+    std::string s, t;
+    int expected;  // icompare(s, t) on zero-terminated texts
+    bool equal;    // iequals(s, t): both end together
+  };
+  std::string longPrefix(45, 'k');
+  Case const cases[] = {
+      {'x', 'y', "x", "y", 0, true},                              // now x folds as y
+      {'x', 'y', longPrefix + "ax", longPrefix + "AY", 0, true},  // the same past 32 bytes
+      {'Q', 'Q', "q", "Q", 'q' - 'Q', false},                     // Q no longer folds to q
+      {'Q', 'Q', longPrefix + "q", longPrefix + "Q", 'q' - 'Q', false},
+      {0xE9, 'e', "\xE9t", "ETE", -'e', false},     // 0xE9 folds to e now,
+      {0xE9, 'e', "\xC9", "e", 0xE9 - 'e', false},  // 0xC9 still to 0xE9
+      {0xFF, 0x01, "\xFF", "\x01", 0, true},        // the high half of the table
+      {0x80, 0xFE, longPrefix + "\x80", longPrefix + "\xFE", 0, true},
+      {'z', 0x00, "z", "", 0, false},  // a byte folded to 0 gives 0 against an end, yet is no end
+      {'z', 0x00, "za", "a", -'a', false},
+  };
+  for (Case const& c : cases) {
+    SCOPED_TRACE(c.s + "|" + c.t);
+    unsigned char saved = sbcs::detail::tolowerTable_[c.from];
+    sbcs::detail::tolowerTable_[c.from] = c.to;
+    EXPECT_EQ(c.expected, sbcs.icompare(c.s.c_str(), c.t.c_str()));
+    EXPECT_EQ(c.expected, icompare(c.s.c_str(), c.t.c_str()));  // through the active implementation
+    EXPECT_EQ(c.equal, sbcs.iequals(c.s.c_str(), c.t.c_str()));
+    if (c.s.size() == c.t.size()) {
+      EXPECT_EQ(c.expected, sbcs.icompare(c.s.data(), c.s.size(), c.t.data(), c.t.size()));
+      EXPECT_EQ(c.equal, sbcs.iequals(c.s.data(), c.s.size(), c.t.data(), c.t.size()));
+    }
+    sbcs::detail::tolowerTable_[c.from] = saved;
+  }
 }
 
 TEST(SingleByteStrings, LimitedComparisonInAllForms) {

@@ -1,6 +1,7 @@
 // The active session string implementation, its choice, and the free functions that forward to it.
 #include "vyk/util/StringUtilsSessionEncoded.h"
 
+#include <atomic>
 #include <cstring>
 
 #include "vyk/util/SharedLibraryManager.h"
@@ -16,35 +17,30 @@ namespace {
 SingleByteEncodingStringUtilsSessionEncodedImpl const fallbackImpl;
 
 // The process-wide owning pointer. Assigning deletes what it held, unless the same object is
-// assigned again.
+// assigned again. Reaching the active implementation is one atomic load.
 class ActiveImplHolder {
  public:
   constexpr ActiveImplHolder() : impl_(nullptr) {}
   explicit ActiveImplHolder(std::unique_ptr<StringUtilsSessionEncodedImpl> impl) : impl_(impl.release()) {}
-  ~ActiveImplHolder() {
-    StringUtilsSessionEncodedImpl* old = impl_;
-    impl_ = nullptr;
-    delete old;
-  }
+  ~ActiveImplHolder() { delete impl_.exchange(nullptr); }
   ActiveImplHolder(ActiveImplHolder const&) = delete;
   ActiveImplHolder& operator=(ActiveImplHolder const&) = delete;
 
   void assign(std::unique_ptr<StringUtilsSessionEncodedImpl> impl) {
-    if (impl.get() == impl_) {
+    if (impl.get() == impl_.load(std::memory_order_acquire)) {
       impl.release();
       return;
     }
-    StringUtilsSessionEncodedImpl* old = impl_;
-    impl_ = impl.release();
-    delete old;
+    delete impl_.exchange(impl.release(), std::memory_order_acq_rel);
   }
   StringUtilsSessionEncodedImpl const& get() const {
-    if (impl_ != nullptr) return *impl_;
+    StringUtilsSessionEncodedImpl const* impl = impl_.load(std::memory_order_acquire);
+    if (impl != nullptr) return *impl;
     return fallbackImpl;
   }
 
  private:
-  StringUtilsSessionEncodedImpl* impl_;
+  std::atomic<StringUtilsSessionEncodedImpl*> impl_;
 };
 
 ActiveImplHolder active(StringUtilsSessionEncodedImpl::getSBCSImpl());
