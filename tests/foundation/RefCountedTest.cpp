@@ -39,31 +39,25 @@ TEST(RefCounted, CountsStartAtZeroAreNotCopiedAndReadAsSigned) {
   a.addRef();
   Plain c(a);
   b = a;
-  EXPECT_EQ(0, c.getReferenceCount());
-  EXPECT_EQ(0, b.getReferenceCount());
+  EXPECT_EQ(0, c.getReferenceCount() + b.getReferenceCount());
   EXPECT_EQ(2, a.getReferenceCount());
-  struct Case {
-    int addRefs;
-    bool unique, shared;
-  };
-  Case const cases[] = {{0, true, false}, {1, true, false}, {2, false, true}};
-  for (Case const& c : cases) {
-    Shared s;
-    for (int i = 0; i < c.addRefs; ++i) s.addRef();
-    EXPECT_EQ(c.unique, s.unique());
-    EXPECT_EQ(c.shared, s.isShared());
-  }
-  // An atomic count released below zero wraps to 0xFFFFFFFF, read as -1.
-  struct NoDestroy : Shared {
+  // unique() and isShared() for counts 0, 1, 2; then an atomic count released below zero wraps
+  // to 0xFFFFFFFF, read as -1: unique.
+  struct Kept : Shared {
     void destroy() const override {}
   } kept;
-  kept.release();
+  for (int count : {0, 1, 2}) {
+    EXPECT_EQ(count < 2, kept.unique()) << count;
+    EXPECT_EQ(count >= 2, kept.isShared()) << count;
+    kept.addRef();
+  }
+  for (int i = 0; i < 4; ++i) kept.release();
   EXPECT_EQ(-1, kept.getReferenceCount());
   EXPECT_TRUE(kept.unique());
   EXPECT_FALSE(kept.isShared());
 }
 
-TEST(IntrusivePointer, LastReleaseDestroysAndAssignmentIsSafe) {
+TEST(OwningPointers, LastReleaseDestroysAndAssignmentIsSafe) {
   int destroyed = 0;
   {
     IntrusivePointer<Plain> p(new Plain(&destroyed));
@@ -75,9 +69,14 @@ TEST(IntrusivePointer, LastReleaseDestroysAndAssignmentIsSafe) {
     EXPECT_EQ(1, destroyed);
     r.reset();
     EXPECT_EQ(1, p->getReferenceCount());
-    EXPECT_FALSE(r);
+    ScopedPtr<Plain> owned(new Plain(&destroyed));
+    owned.reset(new Plain(&destroyed));
+    EXPECT_EQ(2, destroyed);
   }
-  EXPECT_EQ(2, destroyed);
+  EXPECT_EQ(4, destroyed);
+  EXPECT_EQ(nullptr, ScopedBuffer<char>(0).get());
+  ScopedBuffer<int> ints(100);  // zero-filled
+  for (int i = 0; i < 100; ++i) ASSERT_EQ(0, ints[i]);
 }
 
 TEST(IntrusivePointer, AtomicCountSurvivesManyThreads) {
@@ -93,19 +92,6 @@ TEST(IntrusivePointer, AtomicCountSurvivesManyThreads) {
   EXPECT_EQ(1, keeper->getReferenceCount());
   keeper.reset();
   EXPECT_EQ(1, destroyed);
-}
-
-TEST(ScopedHolders, OwnAndFree) {
-  int destroyed = 0;
-  {
-    ScopedPtr<Plain> p(new Plain(&destroyed));
-    p.reset(new Plain(&destroyed));
-    EXPECT_EQ(1, destroyed);
-  }
-  EXPECT_EQ(2, destroyed);
-  EXPECT_EQ(nullptr, ScopedBuffer<char>(0).get());
-  ScopedBuffer<int> ints(100);
-  for (int i = 0; i < 100; ++i) ASSERT_EQ(0, ints[i]);
 }
 
 TEST(HeapMemoryPool, HandlesAreZeroFilledAndTheStaticPoolStays) {
@@ -137,10 +123,7 @@ TEST(ByteBuffer, PositionMustStayInsideTheBytes) {
 
 TEST(Mutex, RecursiveMutexNestsAndAMutexGuardsACounter) {
   recursive_mutex nested;
-  nested.lock();
-  nested.lock();
-  nested.unlock();
-  nested.unlock();
+  lock_guard<recursive_mutex> outer(nested), inner(nested);
   mutex counterLock;
   long counter = 0;
   onFourThreads([&] {
