@@ -32,7 +32,8 @@ TEST(ExceptionTree, NamesClassNamesAndClonesOfEveryKindOfBranch) {
     EXPECT_STREQ(name, e->name());
     EXPECT_STREQ(className, e->className());
     EXPECT_STREQ(name, e->what());
-    EXPECT_EQ(typeid(*owner), typeid(*copy)) << className;
+    Exception const &original = *owner, &cloned = *copy;
+    EXPECT_EQ(typeid(original), typeid(cloned)) << className;
   }
   LocalFailure local;  // no marker of the anonymous scope in its name
   EXPECT_NE('*', local.className()[0]);
@@ -90,7 +91,8 @@ TEST(IOAbendException, MessageInHexAndCloneIsPlainIOException) {
   EXPECT_STREQ("I/O error: An I/O abend 3C-1A has occured", e.what());
   EXPECT_STREQ("IOException", e.className());
   std::unique_ptr<Exception> copy(e.clone());
-  EXPECT_EQ(typeid(IOException), typeid(*copy));
+  Exception const& cloned = *copy;
+  EXPECT_EQ(typeid(IOException), typeid(cloned));
   EXPECT_EQ(e.message(), copy->message());
 }
 

@@ -62,7 +62,8 @@ TEST(OwningPointers, LastReleaseDestroysAndAssignmentIsSafe) {
   {
     IntrusivePointer<Plain> p(new Plain(&destroyed));
     EXPECT_EQ(2, IntrusivePointer<Plain>(p)->getReferenceCount());
-    p = p;
+    IntrusivePointer<Plain>& same = p;
+    p = same;
     EXPECT_EQ(1, p->getReferenceCount());
     IntrusivePointer<Plain> r(new Plain(&destroyed));
     p = r;
