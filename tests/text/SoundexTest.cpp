@@ -5,49 +5,29 @@
 
 #include <cstring>
 #include <string>
+#include <tuple>
+#include <utility>
 
 namespace vyk {
 namespace {
 
+int length(char const* s) {
+  return static_cast<int>(std::strlen(s));
+}
+
 TEST(Soundex, CodesWorkedByHand) {
-  struct Case {
-    char const* text;
-    char const* code;
+  std::pair<char const*, char const*> const cases[] = {
+      {"Robert", "R163"}, {"Rupert", "R163"}, {"Tymczak", "T522"},    {"Pfister", "P236"},
+      {"Jackson", "J25"}, {"Lee", "L"},       {"Ashcraft", "A22613"}, {"Gutierrez", "G362"},
+      {"robert", "R163"}, {"", ""},           {"  Lee", "L"},         {"1Abc", "A12"},
+      {"[_x", "X"},       {"-- 42", ""},      {"Ab-p", "A11"},        {"Abp", "A1"},
+      {"a_b", "A1"},      {"\xE9t", "T"},     {"T\xE9t", "T3"},       {"Bhb", "B1"},
+      {"Bab", "B1"},      {"Bb", "B"},        {"Honeyman", "H555"},   {"ZZ top", "Z31"},
   };
-  Case const cases[] = {
-      {"Robert", "R163"},
-      {"Rupert", "R163"},
-      {"Tymczak", "T522"},
-      {"Pfister", "P236"},
-      {"Jackson", "J25"},
-      {"Lee", "L"},
-      {"Ashcraft", "A22613"},
-      {"Honeyman", "H555"},
-      {"Gutierrez", "G362"},
-      {"robert", "R163"},
-      {"", ""},
-      {"   ", ""},
-      {"  Lee", "L"},
-      {"1Abc", "A12"},
-      {"[_x", "X"},
-      {"-- 42", ""},
-      {"Ab-p", "A11"},
-      {"Abp", "A1"},
-      {"Bb", "B"},
-      {"a_b", "A1"},
-      {"\xE9t", "T"},
-      {"T\xE9t", "T3"},
-      {"Tt", "T"},
-      {"Bhb", "B1"},
-      {"Bab", "B1"},
-      {"ZZ top", "Z31"},
-  };
-  for (Case const& c : cases) {
-    SCOPED_TRACE(c.text);
-    EXPECT_EQ(c.code, Soundex::soundex(c.text));
-    char out[16];
-    EXPECT_EQ(static_cast<int>(std::strlen(c.code)),
-              Soundex::soundex(c.text, static_cast<int>(std::strlen(c.text)), out, sizeof out));
+  char out[16];
+  for (auto [text, code] : cases) {
+    EXPECT_EQ(code, Soundex::soundex(text)) << text;
+    EXPECT_EQ(length(code), Soundex::soundex(text, length(text), out, sizeof out)) << text;
   }
 }
 
@@ -62,29 +42,11 @@ TEST(Soundex, ArrayFormCountsBeyondAFullBuffer) {
 }
 
 TEST(Soundex, SoundsLikeComparesWholeCodes) {
-  struct Case {
-    char const* a;
-    char const* b;
-    bool alike;
-  };
-  Case const cases[] = {
-      {"Robert", "Rupert", true},
-      {"robert", "RUPERT", true},
-      {"Robert", "Rubin", false},
-      {"", "", true},
-      {"", "123", true},
-      {"Lee", "Le", true},
-      {"Jackson", "Jack", false},
-      {"Jack", "Jackson", false},
-      {"Ashcraft", "Ashcroft", true},
-      {"Tymczak", "Dymczak", false},
-      {"", "A", false},
-  };
-  for (Case const& c : cases) {
-    SCOPED_TRACE(std::string(c.a) + " / " + c.b);
-    EXPECT_EQ(c.alike, Soundex::soundslike(c.a, static_cast<int>(std::strlen(c.a)), c.b,
-                                           static_cast<int>(std::strlen(c.b))));
-  }
+  std::tuple<char const*, char const*, bool> const cases[] = {
+      {"robert", "RUPERT", true}, {"Robert", "Rubin", false},    {"", "123", true}, {"Lee", "Le", true},
+      {"Jack", "Jackson", false}, {"Tymczak", "Dymczak", false}, {"", "A", false}};
+  for (auto [a, b, alike] : cases)
+    EXPECT_EQ(alike, Soundex::soundslike(a, length(a), b, length(b))) << a << "/" << b;
 }
 
 }  // namespace

@@ -5,38 +5,30 @@
 
 #include <memory>
 #include <string>
+#include <tuple>
 
 namespace vyk {
 namespace {
 
-TEST(StringPool, RoomInAChunkOfSixteenBytes) {
-  StringPool pool(16);
-  EXPECT_EQ(3u, pool.getMaxStringSize());
-  char const* s = pool.addString("abc", 3);
-  EXPECT_EQ(std::string("abc\0", 4), std::string(s, 4));
-  ASSERT_NE(nullptr, pool.getHead());
-  EXPECT_EQ(0u, pool.getHead()->freeBytes);                          // filled exactly
-  EXPECT_EQ(reinterpret_cast<char const*>(pool.getHead()) + 12, s);  // data follow the 12-byte header
-}
-
 TEST(StringPool, AStringFitsOnlyWhenTheFreeBytesExceedItsLength) {
-  struct Case {
-    unsigned long first, second;
-    bool sameChunk;
-  };
-  // Chunk size 32: 20 free bytes at first.
-  Case const cases[] = {{10, 8, true},  {10, 9, false}, {0, 18, true},
-                        {0, 19, false}, {19, 0, false}, {18, 0, true}};
+  StringPool small(16);  // a 12-byte header, then 4 bytes: room for 3 and the 0
+  EXPECT_EQ(3u, small.getMaxStringSize());
+  char const* s = small.addString("abcXYZ", 3);
+  EXPECT_EQ(std::string("abc\0", 4), std::string(s, 4));
+  EXPECT_EQ(reinterpret_cast<char const*>(small.getHead()) + 12, s);
+  EXPECT_EQ(0u, small.getHead()->freeBytes);
+  // Chunk size 32: 20 free bytes at first. First length, second length, both in one chunk.
+  std::tuple<unsigned long, unsigned long, bool> const cases[] = {
+      {10, 8, true}, {10, 9, false}, {0, 18, true}, {0, 19, false}, {19, 0, false}, {18, 0, true}};
   std::string const text(32, 'x');
-  for (Case const& c : cases) {
-    SCOPED_TRACE(std::to_string(c.first) + " then " + std::to_string(c.second));
+  for (auto [first, second, sameChunk] : cases) {
+    SCOPED_TRACE(std::to_string(first) + " then " + std::to_string(second));
     StringPool pool(32);
-    pool.addString(text.data(), c.first);
+    pool.addString(text.data(), first);
     StringPool::Chunk* firstChunk = pool.getHead();
-    EXPECT_EQ(20u - c.first - 1, firstChunk->freeBytes);
-    char const* second = pool.addString(text.data(), c.second);
-    EXPECT_EQ(c.sameChunk, pool.getHead() == firstChunk);
-    EXPECT_EQ('\0', second[c.second]);
+    EXPECT_EQ(20u - first - 1, firstChunk->freeBytes);
+    EXPECT_EQ('\0', pool.addString(text.data(), second)[second]);
+    EXPECT_EQ(sameChunk, pool.getHead() == firstChunk);
   }
 }
 
@@ -48,10 +40,8 @@ TEST(StringPool, FirstFitStartsAtTheNewestChunk) {
   StringPool::Chunk* chunkB = pool.getHead();
   ASSERT_NE(chunkA, chunkB);
   EXPECT_EQ(chunkA, chunkB->next);
-  EXPECT_EQ(nullptr, chunkA->next);
   char const* c = pool.addString("xy", 2);  // newest first: B, 1 free
   EXPECT_EQ(b + 16, c);
-  EXPECT_EQ(1u, chunkB->freeBytes);
   char const* d = pool.addString("pq", 2);  // B is full for it: back to A
   EXPECT_EQ(a + 11, d);
   EXPECT_EQ(6u, chunkA->freeBytes);
@@ -59,17 +49,6 @@ TEST(StringPool, FirstFitStartsAtTheNewestChunk) {
   // Earlier strings stay where they were.
   EXPECT_STREQ("0123456789", a);
   EXPECT_STREQ("abcdefghijklmno", b);
-  EXPECT_STREQ("xy", c);
-}
-
-TEST(StringPool, EmptyStringTakesOneByteAndTextNeedNotBeTerminated) {
-  StringPool pool(16);
-  char const* empty = pool.addString("", 0);
-  EXPECT_EQ('\0', *empty);
-  EXPECT_EQ(3u, pool.getHead()->freeBytes);
-  std::unique_ptr<char[]> unterminated(new char[2]{'h', 'i'});
-  EXPECT_STREQ("hi", pool.addString(unterminated.get(), 2));
-  EXPECT_EQ(0u, pool.getHead()->freeBytes);
 }
 
 TEST(StringPoolBuilder, EqualTextsShareOneCopy) {
@@ -77,51 +56,34 @@ TEST(StringPoolBuilder, EqualTextsShareOneCopy) {
   StringPoolBuilder builder(&pool);
   char const* first = builder.addString("shared");
   std::uint32_t freeAfterFirst = pool.getHead()->freeBytes;
-  char const* again = builder.addString(std::string("shared").c_str());
-  EXPECT_EQ(first, again);
+  EXPECT_EQ(first, builder.addString(std::string("shared").c_str()));
   EXPECT_EQ(freeAfterFirst, pool.getHead()->freeBytes);
   EXPECT_NE(first, builder.addString("share"));
-  EXPECT_NE(first, builder.addString("shared!"));
   // Only the first len bytes are read: an unterminated buffer finds the stored text.
   std::unique_ptr<char[]> bytes(new char[6]{'s', 'h', 'a', 'r', 'e', 'd'});
   EXPECT_EQ(first, builder.addString(bytes.get(), 6));
-  EXPECT_EQ(3u, builder.size());
-  // Texts stored straight through the pool are unknown to the builder.
-  char const* direct = pool.addString("other", 5);
-  EXPECT_NE(direct, builder.addString("other"));
-}
-
-TEST(StringPoolBuilder, TextWithAZeroInsideIsStoredWholeButNotShared) {
-  StringPool pool(64);
-  StringPoolBuilder builder(&pool);
-  char const* a = builder.addString("a");
+  EXPECT_EQ(2u, builder.size());
+  // A text with a zero inside is stored whole but not shared.
   char const* withZero = builder.addString("a\0b", 3);
-  EXPECT_NE(a, withZero);
   EXPECT_EQ(std::string("a\0b\0", 4), std::string(withZero, 4));
-  EXPECT_EQ(a, builder.addString("a"));
+  EXPECT_NE(withZero, builder.addString("a"));
 }
 
 std::string assertionLine(char const* condition, char const* file) {
-  return std::string("Assertion failed: ") + condition + " at file: " + file + " line [0-9]+";
+  return std::string("Assertion failed: ") + condition + " at file: src/util/" + file + " line [0-9]+";
 }
 
 TEST(StringPoolDeathTest, ProgrammingErrorsEndTheProcess) {
   EXPECT_EXIT(StringPool(15), ::testing::ExitedWithCode(99),
-              assertionLine("chunkSize >= MIN_SIZE", "src/util/StringPool"));
+              assertionLine("chunkSize >= MIN_SIZE", "StringPool"));
   EXPECT_EXIT(StringPool(16).addString("abcd", 4), ::testing::ExitedWithCode(99),
-              assertionLine("len <= MAX_STRING_SIZE", "src/util/StringPool"));
+              assertionLine("len <= MAX_STRING_SIZE", "StringPool"));
   EXPECT_EXIT(
       {
         StringPool pool(16);
         StringPoolBuilder(&pool).addString(nullptr, 1);
       },
-      ::testing::ExitedWithCode(99), assertionLine("toAdd", "src/util/StringPoolBuilder"));
-  EXPECT_EXIT(
-      {
-        StringPool pool(16);
-        StringPoolBuilder(&pool).addString(static_cast<char const*>(nullptr));
-      },
-      ::testing::ExitedWithCode(99), assertionLine("toAdd", "src/util/StringPoolBuilder"));
+      ::testing::ExitedWithCode(99), assertionLine("toAdd", "StringPoolBuilder"));
 }
 
 }  // namespace
