@@ -3,11 +3,11 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <climits>
-#include <cmath>
 #include <limits>
-#include <sstream>
 #include <string>
+#include <tuple>
 
 #include "vyk/util/Exception.h"
 
@@ -16,265 +16,107 @@ namespace {
 
 int const kInvalid = -138062;
 
-// Day numbers, weekdays and days of the year worked by hand from 1 January 1960 (day 0, a Friday),
-// 365 days a year plus the leap days in between; 29 February 4000 does not exist.
-TEST(DateCalendar, HandCheckedDaysAcrossTheRange) {
-  struct Case {
-    int year, month, day;
-    int number;
-    int weekday;  // 1 Sunday
-    int dayOfYear;
-  };
-  Case const cases[] = {
-      {1582, 1, 1, -138061, 6, 1},   {1582, 10, 4, -137785, 2, 277},   {1582, 10, 15, -137774, 6, 288},
-      {1600, 2, 29, -131428, 3, 60}, {1900, 2, 28, -21856, 4, 59},     {1900, 3, 1, -21855, 5, 60},
-      {1960, 1, 1, 0, 6, 1},         {1970, 1, 1, 3653, 5, 1},         {2000, 2, 29, 14669, 3, 60},
-      {2000, 12, 31, 14975, 1, 366}, {2100, 2, 28, 51193, 1, 59},      {2100, 3, 1, 51194, 2, 60},
-      {4000, 2, 28, 745153, 2, 59},  {4000, 3, 1, 745154, 3, 60},      {4000, 12, 31, 745459, 7, 365},
-      {4400, 2, 29, 891250, 2, 60},  {20000, 12, 31, 6589335, 3, 365},
-  };
-  for (Case const& c : cases) {
-    SCOPED_TRACE(std::to_string(c.year) + "-" + std::to_string(c.month) + "-" + std::to_string(c.day));
-    Date const d(c.year, c.month, c.day);
-    EXPECT_EQ(c.number, int(d));
-    Date const back(c.number);
-    Date::YearMonthDay const ymd = back.yearMonthDay();
-    EXPECT_EQ(c.year, ymd.year);
-    EXPECT_EQ(c.month, ymd.month);
-    EXPECT_EQ(c.day, ymd.day);
-    EXPECT_EQ(c.weekday, back.dayOfWeek());
-    EXPECT_EQ(c.dayOfYear, back.dayOfYear());
-    EXPECT_EQ(c.number, int(Date(c.year, c.dayOfYear)));
-  }
+// Year, month, day, weekday (1 Sunday), day of the year, quarter, and the March-based year with the days
+// since its 1 March: from the accessors of one part each, or from those that answer several parts.
+std::array<int, 8> partsOf(Date const& d, bool composite) {
+  int marchYear = 0, sinceMarch = 0;
+  d.yearAtAndDaysSinceLastMarch(marchYear, sinceMarch);
+  if (!composite)
+    return {d.year(), d.month(), d.day(), d.dayOfWeek(), d.dayOfYear(), d.quarter(), marchYear, sinceMarch};
+  return {d.yearMonth().year,          d.yearMonth().month,     d.monthDay().day, d.dayOfWeek(),
+          d.yearDayOfYear().dayOfYear, d.yearQuarter().quarter, marchYear,        d.daysSinceLastMarch()};
 }
 
-TEST(DateCalendar, ConstantsAreTheEndsOfTheRange) {
+// Worked by hand from 1 January 1960 (day 0, a Friday), 365 days a year plus the leap days in between;
+// 29 February 4000 does not exist. The last row is the marker, which reads as 31 December 1581.
+TEST(DateCalendar, HandCheckedDaysAndTheirParts) {
+  std::tuple<int, std::array<int, 8>> const cases[] = {
+      {-138061, {1582, 1, 1, 6, 1, 1, 1581, 306}},       {-131428, {1600, 2, 29, 3, 60, 1, 1599, 365}},
+      {-21855, {1900, 3, 1, 5, 60, 1, 1900, 0}},         {0, {1960, 1, 1, 6, 1, 1, 1959, 306}},
+      {14701, {2000, 4, 1, 7, 92, 2, 2000, 31}},         {14792, {2000, 7, 1, 7, 183, 3, 2000, 122}},
+      {14975, {2000, 12, 31, 1, 366, 4, 2000, 305}},     {51194, {2100, 3, 1, 2, 60, 1, 2100, 0}},
+      {745153, {4000, 2, 28, 2, 59, 1, 3999, 364}},      {745154, {4000, 3, 1, 3, 60, 1, 4000, 0}},
+      {6589335, {20000, 12, 31, 3, 365, 4, 20000, 305}}, {kInvalid, {1581, 12, 31, 5, 365, 4, 1581, 305}}};
+  for (auto const& [number, parts] : cases) {
+    Date const d = number == kInvalid ? Date::INVALID : Date(number);
+    EXPECT_EQ(parts, partsOf(d, false)) << number;
+    EXPECT_EQ(parts, partsOf(d, true)) << number;
+    EXPECT_TRUE(d.monthDay().month == parts[1] && d.yearQuarter().year == parts[0] &&
+                d.yearDayOfYear().year == parts[0]);
+    EXPECT_EQ(number, int(Date(parts[0], parts[1], parts[2])));  // 31 December 1581 gives the marker too
+  }
   EXPECT_EQ(-138061, int(Date::MIN));
   EXPECT_EQ(6589335, int(Date::MAX));
-  EXPECT_EQ(kInvalid, int(Date::INVALID));
-  EXPECT_EQ(0, int(Date::DPS_EPOCH));
   EXPECT_EQ(3653, int(Date::POSIX_EPOCH));
-  EXPECT_TRUE(Date::MIN.isValid());
-  EXPECT_TRUE(Date::MAX.isValid());
-  EXPECT_FALSE(Date::INVALID.isValid());
 }
 
-TEST(DateCalendar, PartsOutsideTheCalendarGiveTheMarker) {
-  struct Case {
-    int year, month, day;
-  };
-  Case const cases[] = {
-      {1581, 12, 31},  {20001, 1, 1},      {2001, 2, 29},      {2000, 13, 1}, {2000, 4, 31},
-      {2000, 0, 1},    {1900, 2, 29},      {4000, 2, 29},      {8000, 2, 29}, {20000, 2, 29},
-      {2000, 1, 0},    {2000, 1, 32},      {-2000, 1, 1},      {0, 3, 1},     {INT_MAX, 12, 31},
-      {INT_MIN, 1, 1}, {2000, INT_MIN, 1}, {2000, 2, INT_MAX},
-  };
-  for (Case const& c : cases) {
-    SCOPED_TRACE(std::to_string(c.year) + "-" + std::to_string(c.month) + "-" + std::to_string(c.day));
-    EXPECT_EQ(kInvalid, int(Date(c.year, c.month, c.day)));
+TEST(DateCalendar, ValuesOutsideTheCalendarGiveTheMarker) {
+  std::tuple<int, int, int> const parts[] = {
+      {1581, 12, 31}, {20001, 1, 1},     {2001, 2, 29},   {2000, 13, 1},      {2000, 4, 31},
+      {2000, 0, 1},   {1900, 2, 29},     {4000, 2, 29},   {2000, 1, 0},       {2000, 1, 32},
+      {-2000, 1, 1},  {INT_MAX, 12, 31}, {INT_MIN, 1, 1}, {2000, INT_MIN, 1}, {2000, 2, INT_MAX}};
+  for (auto const& [year, month, day] : parts)
+    EXPECT_EQ(kInvalid, int(Date(year, month, day))) << year << " " << month << " " << day;
+  // Year and day of the year: day 366 in leap years only, and 4000 is none.
+  std::tuple<int, int> const yearDays[] = {{2001, 366}, {2000, 367},  {2000, 0},
+                                           {1581, 365}, {20000, 366}, {4000, 366}};
+  for (auto const& [year, dayOfYear] : yearDays)
+    EXPECT_EQ(kInvalid, int(Date(year, dayOfYear))) << year << " " << dayOfYear;
+  for (int n : {-138062, 6589336, INT_MIN, INT_MAX}) EXPECT_EQ(kInvalid, int(Date(n))) << n;
+  // Doubles are floored, not truncated, and range-tested before they are narrowed.
+  double const inf = std::numeric_limits<double>::infinity(), nan = std::numeric_limits<double>::quiet_NaN();
+  for (double v : {-138061.5, 6589336.0, -3e9, inf, -inf, nan, 4294967296.0 + 5})
+    EXPECT_EQ(kInvalid, int(Date(v))) << v;
+  std::tuple<double, int> const floors[] = {
+      {0.5, 0}, {-0.5, -1}, {-138060.5, -138061}, {6589335.99, 6589335}};
+  for (auto const& [in, out] : floors) EXPECT_EQ(out, int(Date(in))) << in;
+}
+
+TEST(DateArithmetic, RangeTestFollowsEveryStepAndDurationsThrowBeyondAnInt) {
+  std::tuple<int, int, int> const cases[] = {// from + days, or the marker
+                                             {kInvalid, 1, -138061},           {6589335, 1, kInvalid},
+                                             {-138061, -1, kInvalid},          {6589335, INT_MAX, kInvalid},
+                                             {-138061, INT_MIN + 1, kInvalid}, {745153, 1, 745154}};
+  for (auto const& [from, days, sum] : cases) {
+    Date const start = from == kInvalid ? Date::INVALID : Date(from);
+    EXPECT_EQ(sum, int(start + DateDuration(days))) << from << " + " << days;
+    EXPECT_EQ(sum, int(start - DateDuration(-days))) << from << " - " << -days;
   }
-}
-
-TEST(DateCalendar, DayOfYearConstruction) {
-  struct Case {
-    int year, dayOfYear;
-    int number;  // kInvalid when refused
-  };
-  Case const cases[] = {
-      {2000, 60, 14669},     {2001, 60, 15035},     {2000, 366, 14975},     {2001, 366, kInvalid},
-      {2000, 367, kInvalid}, {2000, 0, kInvalid},   {2000, -1, kInvalid},   {1582, 1, -138061},
-      {1581, 365, kInvalid}, {20000, 365, 6589335}, {20000, 366, kInvalid}, {4000, 366, kInvalid},
-      {4000, 60, 745154},    {1960, 61, 60},
-  };
-  for (Case const& c : cases) {
-    SCOPED_TRACE(std::to_string(c.year) + " day " + std::to_string(c.dayOfYear));
-    EXPECT_EQ(c.number, int(Date(c.year, c.dayOfYear)));
-  }
-}
-
-TEST(DateCalendar, DayNumbersOutsideTheRangeGiveTheMarker) {
-  struct IntCase {
-    int in, out;
-  };
-  IntCase const ints[] = {{-138061, -138061},  {-138062, kInvalid}, {6589335, 6589335},
-                          {6589336, kInvalid}, {INT_MIN, kInvalid}, {INT_MAX, kInvalid}};
-  for (IntCase const& c : ints) EXPECT_EQ(c.out, int(Date(c.in))) << c.in;
-
-  double const inf = std::numeric_limits<double>::infinity();
-  struct DoubleCase {
-    double in;
-    int out;
-  };
-  DoubleCase const doubles[] = {
-      {0.5, 0},
-      {-0.5, -1},
-      {-1.0, -1},
-      {-138061.0, -138061},
-      {-138060.5, -138061},
-      {-138061.5, kInvalid},
-      {6589335.99, 6589335},
-      {6589336.0, kInvalid},
-      {3e9, kInvalid},
-      {-3e9, kInvalid},
-      {inf, kInvalid},
-      {-inf, kInvalid},
-      {std::nan(""), kInvalid},
-      {4294967296.0 + 5, kInvalid},
-  };
-  for (DoubleCase const& c : doubles) EXPECT_EQ(c.out, int(Date(c.in))) << c.in;
-}
-
-TEST(DateArithmetic, RangeTestFollowsEveryStepAndTheMarkerIsNotSticky) {
-  struct Case {
-    int from;
-    int days;
-    int sum;  // from + days, or kInvalid
-  };
-  Case const cases[] = {
-      {kInvalid, 1, -138061},
-      {6589335, 1, kInvalid},
-      {-138061, -1, kInvalid},
-      {6589335, INT_MAX, kInvalid},
-      {-138061, INT_MIN, kInvalid},
-      {kInvalid, INT_MIN, kInvalid},
-      {0, 3653, 3653},
-      {745153, 1, 745154},
-  };
-  for (Case const& c : cases) {
-    SCOPED_TRACE(std::to_string(c.from) + " + " + std::to_string(c.days));
-    Date const from = c.from == kInvalid ? Date::INVALID : Date(c.from);
-    EXPECT_EQ(c.sum, int(from + DateDuration(c.days)));
-    Date moved = from;
-    moved += DateDuration(c.days);
-    EXPECT_EQ(c.sum, int(moved));
-    if (c.days != INT_MIN) {
-      EXPECT_EQ(c.sum, int(from - DateDuration(-c.days)));
-    }
-  }
-  EXPECT_EQ(Date(4000, 3, 1), Date(4000, 2, 28) + DateDuration(1));
   EXPECT_EQ(6589335 - kInvalid, int(Date::MAX - Date::INVALID));
-  EXPECT_TRUE(Date::INVALID < Date::MIN);
-  EXPECT_TRUE(Date::MAX >= Date::MIN);
-  EXPECT_FALSE(Date::MAX != Date(20000, 12, 31));
-}
-
-TEST(DateArithmetic, DurationsThatLeaveTheIntRangeThrow) {
-  DateDuration const top(INT_MAX);
-  DateDuration const bottom(INT_MIN);
+  DateDuration const top(INT_MAX), bottom(INT_MIN);
   EXPECT_THROW(top + DateDuration(1), RangeException);
   EXPECT_THROW(bottom - DateDuration(1), RangeException);
   EXPECT_THROW(-bottom, RangeException);
-  EXPECT_THROW(DateDuration(-2) - top, RangeException);
   DateDuration d(5);
   EXPECT_THROW(d += top, RangeException);
   EXPECT_EQ(5, int(d)) << "a failed step leaves the value alone";
   EXPECT_EQ(INT_MIN, int(DateDuration(-1) - top));
-  EXPECT_EQ(-INT_MAX, int(-top));
-  EXPECT_TRUE(DateDuration(-1) < DateDuration(0));
 }
 
-TEST(DateCalendar, PartsOfTheMarchBasedYear) {
-  struct Case {
-    int number;
-    int marchYear, sinceMarch;
-    int month, day, quarter, year, dayOfYear;
-  };
-  Case const cases[] = {
-      {14669, 1999, 365, 2, 29, 1, 2000, 60},       // 29 February 2000
-      {14670, 2000, 0, 3, 1, 1, 2000, 61},          // 1 March 2000
-      {15035, 2001, 0, 3, 1, 1, 2001, 60},          // 1 March 2001
-      {14975, 2000, 305, 12, 31, 4, 2000, 366},     // 31 December 2000
-      {-138061, 1581, 306, 1, 1, 1, 1582, 1},       // the first day
-      {kInvalid, 1581, 305, 12, 31, 4, 1581, 365},  // the marker reads as 31 December 1581
-      {745153, 3999, 364, 2, 28, 1, 4000, 59},      // no 29 February in 4000
-      {745154, 4000, 0, 3, 1, 1, 4000, 60},        {14792, 2000, 122, 7, 1, 3, 2000, 183},  // 1 July 2000
-      {14884, 2000, 214, 10, 1, 4, 2000, 275},                                              // 1 October 2000
-      {14700, 2000, 30, 3, 31, 1, 2000, 91},                                                // 31 March 2000
-      {14701, 2000, 31, 4, 1, 2, 2000, 92},                                                 // 1 April 2000
-  };
-  for (Case const& c : cases) {
-    SCOPED_TRACE(c.number);
-    Date const d = c.number == kInvalid ? Date::INVALID : Date(c.number);
-    int marchYear = 0, sinceMarch = 0;
-    d.yearAtAndDaysSinceLastMarch(marchYear, sinceMarch);
-    EXPECT_EQ(c.marchYear, marchYear);
-    EXPECT_EQ(c.sinceMarch, sinceMarch);
-    EXPECT_EQ(c.sinceMarch, d.daysSinceLastMarch());
-    EXPECT_EQ(c.month, d.month());
-    EXPECT_EQ(c.day, d.day());
-    EXPECT_EQ(c.month, d.monthDay().month);
-    EXPECT_EQ(c.day, d.monthDay().day);
-    EXPECT_EQ(c.quarter, d.quarter());
-    EXPECT_EQ(c.year, d.year());
-    EXPECT_EQ(c.dayOfYear, d.dayOfYear());
-    EXPECT_EQ(c.year, d.yearDayOfYear().year);
-    EXPECT_EQ(c.dayOfYear, d.yearDayOfYear().dayOfYear);
-    EXPECT_EQ(c.year, d.yearMonth().year);
-    EXPECT_EQ(c.month, d.yearMonth().month);
-    EXPECT_EQ(c.year, d.yearQuarter().year);
-    EXPECT_EQ(c.quarter, d.yearQuarter().quarter);
-  }
-}
-
-TEST(DateCalendar, LeapYearRuleIncludesTheFourThousandYearRule) {
-  struct Case {
-    int year;
-    bool leap;
-  };
-  Case const cases[] = {{1582, false}, {1600, true},  {1900, false}, {2000, true},  {2004, true},
-                        {2100, false}, {4000, false}, {4400, true},  {8000, false}, {20000, false},
-                        {0, false},    {-4, true},    {-100, false}, {-400, true}};
-  for (Case const& c : cases) EXPECT_EQ(c.leap, Year::isLeapYear(c.year)) << c.year;
-}
-
-TEST(DateNames, ExpandTwoDigitYears) {
-  struct Case {
-    int year, cutoff, result;
-  };
-  Case const cases[] = {{19, 1920, 2019}, {20, 1920, 1920}, {99, 1920, 1999}, {100, 1920, 100},
-                        {-1, 1920, -1},   {0, 1920, 2000},  {0, 2000, 2000},  {99, 2000, 2099},
-                        {50, 1950, 1950}, {49, 1950, 2049}, {5, 0, 5},        {99, 2147483500, 2147483599}};
-  for (Case const& c : cases)
-    EXPECT_EQ(c.result, Year::expand2DigitYear(c.year, c.cutoff)) << c.year << " " << c.cutoff;
+TEST(DateNames, LeapYearsTwoDigitYearsAndNames) {
+  for (int year : {1600, 2000, 2004, 4400, -4, -400}) EXPECT_TRUE(Year::isLeapYear(year)) << year;
+  for (int year : {1582, 1900, 2100, 4000, 8000, 20000, 0, -100})
+    EXPECT_FALSE(Year::isLeapYear(year)) << year;
+  std::tuple<int, int, int> const cases[] = {
+      {19, 1920, 2019}, {20, 1920, 1920}, {99, 1920, 1999}, {100, 1920, 100},
+      {-1, 1920, -1},   {0, 2000, 2000},  {49, 1950, 2049}, {99, 2147483500, 2147483599}};
+  for (auto const& [year, cutoff, result] : cases)
+    EXPECT_EQ(result, Year::expand2DigitYear(year, cutoff)) << year << " " << cutoff;
   EXPECT_THROW(Year::expand2DigitYear(99, INT_MAX), RangeException);
   EXPECT_THROW(Year::expand2DigitYear(48, 2147483599), RangeException);
-}
-
-TEST(DateNames, MonthAndWeekdayTables) {
-  struct MonthCase {
-    int index;
-    char const* longName;
-    int length;
-    char const* shortName;
-    char const* upper;
-  };
-  MonthCase const months[] = {
-      {0, "", 0, "", ""},          {1, "January", 7, "Jan", "JAN"},   {2, "February", 8, "Feb", "FEB"},
-      {5, "May", 3, "May", "MAY"}, {9, "September", 9, "Sep", "SEP"}, {12, "December", 8, "Dec", "DEC"}};
-  for (MonthCase const& c : months) {
-    SCOPED_TRACE(c.index);
-    EXPECT_STREQ(c.longName, Month::longName(c.index));
-    EXPECT_EQ(c.length, Month::longNameLength(c.index));
-    EXPECT_STREQ(c.shortName, Month::shortName(c.index));
-    EXPECT_STREQ(c.upper, Month::upperShortName(c.index));
+  std::string months, days;
+  for (int i = 0; i <= 12; ++i) {
+    months += std::string(Month::longName(i)) + std::to_string(Month::longNameLength(i)) +
+              Month::shortName(i) + Month::upperShortName(i) + " ";
   }
-  struct DayCase {
-    int index;
-    char const* longName;
-    int length;
-    char const* shortName;
-  };
-  DayCase const days[] = {{0, "", 0, ""},
-                          {1, "Sunday", 6, "Sun"},
-                          {4, "Wednesday", 9, "Wed"},
-                          {5, "Thursday", 8, "Thu"},
-                          {7, "Saturday", 8, "Sat"}};
-  for (DayCase const& c : days) {
-    SCOPED_TRACE(c.index);
-    EXPECT_STREQ(c.longName, DayOfWeek::longName(c.index));
-    EXPECT_EQ(c.length, DayOfWeek::longNameLength(c.index));
-    EXPECT_STREQ(c.shortName, DayOfWeek::shortName(c.index));
-  }
+  for (int i = 0; i <= 7; ++i)
+    days += std::string(DayOfWeek::longName(i)) + std::to_string(DayOfWeek::longNameLength(i)) +
+            DayOfWeek::shortName(i) + " ";
+  EXPECT_EQ(
+      "0 January7JanJAN February8FebFEB March5MarMAR April5AprAPR May3MayMAY June4JunJUN July4JulJUL "
+      "August6AugAUG September9SepSEP October7OctOCT November8NovNOV December8DecDEC ",
+      months);
+  EXPECT_EQ("0 Sunday6Sun Monday6Mon Tuesday7Tue Wednesday9Wed Thursday8Thu Friday6Fri Saturday8Sat ", days);
 }
 
 }  // namespace
