@@ -44,91 +44,78 @@ class LoggingConverter : public SingleByteCharConverter {
 
 class CountingHandler : public CharConverter::ErrorHandler {
  public:
-  void onOverflow() const override { ++overflows; }
-  void onInvalid() const override { ++invalids; }
+  void onOverflow() const override { ++calls; }
+  void onInvalid() const override { ++calls; }
   void onUnmappable() const override { ++unmappables; }
-  mutable int overflows = 0, invalids = 0, unmappables = 0;
+  mutable int calls = 0, unmappables = 0;
+};
+
+typedef std::vector<std::pair<bool, bool>> Flags;
+
+// A stream over a logging converter, writing to `target`; a null handler is the default one, which throws.
+struct Stream {
+  Stream(CharConverter::ErrorHandler const* handler, std::ostringstream& target, Flags& log)
+      : buffer(IntrusivePointer<CharConverter>(new LoggingConverter(handler, &log)), target), out(&buffer) {}
+  CharConverterOutputStreamBuf buffer;
+  std::ostream out;
 };
 
 TEST(CharConverterOutputStreamBuf, WritesEveryByteAndFlagsTheFirstAndLastCalls) {
-  std::ostringstream target;
-  std::vector<std::pair<bool, bool>> log;
   CountingHandler handler;
+  std::ostringstream target;
+  Flags log;
   {
-    CharConverterOutputStreamBuf buffer(IntrusivePointer<CharConverter>(new LoggingConverter(&handler, &log)),
-                                        target);
-    std::ostream out(&buffer);
-    for (int i = 0; i < 1000; ++i) out << "AB\n";
+    Stream s(&handler, target, log);
+    for (int i = 0; i < 1000; ++i) s.out << "AB\n";
     EXPECT_EQ(2048u, target.str().size()) << "two full put areas converted, the rest pending";
-  }
+  }  // the destructor converts the rest as the end of the run
   std::string expected;
   for (int i = 0; i < 1000; ++i) expected += "\xC1\xC2\x15";
   EXPECT_EQ(expected, target.str());
-  ASSERT_EQ(3u, log.size());
-  EXPECT_EQ(std::make_pair(true, false), log[0]);
-  EXPECT_EQ(std::make_pair(false, false), log[1]);
-  EXPECT_EQ(std::make_pair(false, true), log[2]);
-  EXPECT_EQ(0, handler.overflows + handler.invalids + handler.unmappables);
+  EXPECT_EQ((Flags{{true, false}, {false, false}, {false, true}}), log);
+  EXPECT_EQ(0, handler.calls + handler.unmappables);
 }
 
 TEST(CharConverterOutputStreamBuf, SyncConvertsPendingBytesAsTheEndOfARun) {
   std::ostringstream target;
-  std::vector<std::pair<bool, bool>> log;
-  CountingHandler handler;
-  CharConverterOutputStreamBuf buffer(IntrusivePointer<CharConverter>(new LoggingConverter(&handler, &log)),
-                                      target);
-  std::ostream out(&buffer);
-  out << "Hi";
+  Flags log;
+  Stream s(nullptr, target, log);
+  s.out << "Hi";
   EXPECT_EQ("", target.str());
-  out.flush();
+  s.out.flush();
   EXPECT_EQ("\xC8\x89", target.str());
-  out << "!";
-  out.flush();
+  s.out << "!" << std::flush;
   EXPECT_EQ("\xC8\x89\x5A", target.str());
-  ASSERT_EQ(2u, log.size());
-  EXPECT_EQ(std::make_pair(true, true), log[0]);
-  EXPECT_EQ(std::make_pair(false, true), log[1]);
+  EXPECT_EQ((Flags{{true, true}, {false, true}}), log);
 }
 
 TEST(CharConverterOutputStreamBuf, ReturningHandlerDropsTheRestOfThePendingBytes) {
-  std::ostringstream target;
-  std::vector<std::pair<bool, bool>> log;
   CountingHandler handler;
-  CharConverterOutputStreamBuf buffer(IntrusivePointer<CharConverter>(new LoggingConverter(&handler, &log)),
-                                      target);
-  std::ostream out(&buffer);
-  out << "AB\x02"
-         "CD";
-  out.flush();
-  out << "E";
-  out.flush();
+  std::ostringstream target;
+  Flags log;
+  Stream s(&handler, target, log);
+  s.out << "AB\x02\x43\x44" << std::flush << "E" << std::flush;
   EXPECT_EQ("\xC1\xC2\xC5", target.str());
   EXPECT_EQ(1, handler.unmappables);
-  EXPECT_TRUE(out.good());
+  EXPECT_TRUE(s.out.good());
 }
 
 TEST(CharConverterOutputStreamBuf, ThrowingHandlerFailsTheStreamButNotTheDestructor) {
-  std::ostringstream target;
+  std::ostringstream plain, target;
   {
-    CharConverterOutputStreamBuf buffer(SingleByteCharConverter::identity(), target);
-    std::ostream out(&buffer);
-    out << "abc";
-  }
-  EXPECT_EQ("abc", target.str());
-
-  std::vector<std::pair<bool, bool>> log;
-  std::ostringstream second;
+    CharConverterOutputStreamBuf buffer(SingleByteCharConverter::identity(), plain);
+    std::ostream(&buffer) << "abc";
+  }  // the destructor converts what is pending
+  EXPECT_EQ("abc", plain.str());
+  Flags log;
   {
-    CharConverterOutputStreamBuf buffer(IntrusivePointer<CharConverter>(new LoggingConverter(nullptr, &log)),
-                                        second);
-    std::ostream out(&buffer);
-    out << "A\x02";
-    out.flush();
-    EXPECT_TRUE(out.bad());
-    out.clear();
-    out << "B\x02";
+    Stream s(nullptr, target, log);
+    s.out << "A\x02" << std::flush;
+    EXPECT_TRUE(s.out.bad());
+    s.out.clear();
+    s.out << "B\x02";
   }  // the destructor's own conversion throws inside and is swallowed
-  EXPECT_EQ("\xC1\xC2", second.str());
+  EXPECT_EQ("\xC1\xC2", target.str());
 }
 
 }  // namespace

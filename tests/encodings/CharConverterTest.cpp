@@ -13,7 +13,7 @@
 namespace vyk {
 namespace {
 
-// Copies bytes like the identity, but stops in front of 0x01 with Invalid and in front of 0x02 with
+// Copies bytes like the identity, but stops in front of '!' with Invalid and in front of '?' with
 // Unmappable, as a converter for a real multi-byte encoding would.
 class StoppingConverter : public SingleByteCharConverter {
  public:
@@ -23,8 +23,8 @@ class StoppingConverter : public SingleByteCharConverter {
                ErrorCode& code, bool) const override {
     code = Ok;
     while (*source != sourceEnd) {
-      if (**source == '\x01' || **source == '\x02') {
-        code = **source == '\x01' ? Invalid : Unmappable;
+      if (**source == '!' || **source == '?') {
+        code = **source == '!' ? Invalid : Unmappable;
         return;
       }
       if (*target == targetEnd) {
@@ -69,47 +69,23 @@ TEST(CharConverter, WrappersDispatchCodesAndPadAfterTheHandler) {
   };
   Case const cases[] = {
       {CONVERT, "abc", 5, false, "abc..", 3, ""},
-      {CONVERT, "", 3, false, "...", 0, ""},
       {CONVERT, "abcdef", 4, false, "abcd", 4, "O"},
       {CONVERT, "abcdef", 4, true, "abcd", -1, "O"},
-      {CONVERT,
-       "ab\x01"
-       "cd",
-       5, false, "ab...", 2, "I"},
-      {CONVERT,
-       "ab\x02"
-       "cd",
-       5, false, "ab...", 2, "U"},
+      {CONVERT, "ab!cd", 5, false, "ab...", 2, "I"},
+      {CONVERT, "ab?cd", 5, false, "ab...", 2, "U"},
       {PAD, "abc", 5, false, "abc##", -1, ""},
-      {PAD, "abcde", 5, false, "abcde", -1, ""},
       {PAD, "", 3, false, "###", -1, ""},
       {PAD, "abcdef", 4, false, "abcd", -1, "O"},
-      {PAD,
-       "a\x01"
-       "c",
-       5, false, "a####", -1, "I"},
-      {PAD,
-       "a\x01"
-       "c",
-       5, true, "a....", -1, "I"},
-      {PAD,
-       "a\x02"
-       "c",
-       5, false, "a####", -1, "U"},
+      {PAD, "a!c", 5, false, "a####", -1, "I"},
+      {PAD, "a!c", 5, true, "a....", -1, "I"},
+      {PAD, "a?c", 5, false, "a####", -1, "U"},
       {PAD_OR_TRUNC, "abcdef", 4, false, "abcd", -1, ""},
       {PAD_OR_TRUNC, "ab", 4, false, "ab##", -1, ""},
-      {PAD_OR_TRUNC,
-       "a\x02"
-       "cdef",
-       4, false, "a###", -1, "U"},
-      {PAD_OR_TRUNC,
-       "a\x01"
-       "cdef",
-       4, true, "a...", -1, "I"},
-      {TRUNC, "abcd", 4, false, "abcd", 4, ""},
+      {PAD_OR_TRUNC, "a?cdef", 4, false, "a###", -1, "U"},
+      {PAD_OR_TRUNC, "a!cdef", 4, true, "a...", -1, "I"},
       {TRUNC, "abcdef", 4, false, "abcd", 4, ""},
-      {TRUNC, "ab\x01", 4, false, "ab..", 2, "I"},
-      {TRUNC, "ab\x02", 4, true, "ab..", -1, "U"},
+      {TRUNC, "ab!", 4, false, "ab..", 2, "I"},
+      {TRUNC, "ab?", 4, true, "ab..", -1, "U"},
   };
   for (Case const& c : cases) {
     SCOPED_TRACE(std::to_string(c.wrapper) + " '" + c.source + "' into " + std::to_string(c.dstLen));
@@ -150,8 +126,8 @@ TEST(CharConverter, DefaultHandlerThrowsTheNestedExceptions) {
     char const* what;
   };
   Case const cases[] = {{"abcdef", "CharConverter::Overflow"},
-                        {"a\x01", "CharConverter::Invalid"},
-                        {"a\x02", "CharConverter::Unmappable"}};
+                        {"a!", "CharConverter::Invalid"},
+                        {"a?", "CharConverter::Unmappable"}};
   StoppingConverter converter(nullptr);
   EXPECT_EQ(CharConverter::DEFAULT_ERROR_HANDLER(), converter.getErrorHandler());
   for (Case const& c : cases) {
@@ -237,11 +213,17 @@ TEST(CharConverter, SingleByteConvertersStayInsideBothBuffersAtEveryLength) {
   }
 }
 
-TEST(CharConverter, TableConverterTranslatesInPlace) {
-  std::string buffer = "Hello, World!\n";
+// In place, and padded with the byte as given: the pad is not translated.
+TEST(CharConverter, TableConverterTranslatesInPlaceAndPadsUntranslated) {
   IntrusivePointer<CharConverter> converter = SingleByteCharConverter::iso88591ToOpenEd1047();
+  std::string buffer = "Hello, World!\n";
   EXPECT_EQ(buffer.size(), converter->convert(buffer.data(), buffer.size(), &buffer[0], buffer.size()));
   EXPECT_EQ("\xC8\x85\x93\x93\x96\x6B\x40\xE6\x96\x99\x93\x84\x5A\x15", buffer);
+  char padded[4];
+  converter->convertAndPad("Hi", 2, padded, 4, ' ');
+  EXPECT_EQ("\xC8\x89  ", std::string(padded, 4));
+  converter->convertAndPadOrTrunc("H", 1, padded, 4, '\x15');
+  EXPECT_EQ("\xC8\x15\x15\x15", std::string(padded, 4));
 }
 
 TEST(CharConverter, OneConverterServesManyThreads) {

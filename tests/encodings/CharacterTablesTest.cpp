@@ -15,36 +15,6 @@ using sbcs::detail::parsingctypeTable_;
 using sbcs::detail::tolowerTable_;
 using sbcs::detail::toupperTable_;
 
-TEST(CharacterTables, CaseMappingsOfTheLatin1AndCodePage1252Letters) {
-  struct Case {
-    unsigned char byte, upper, lower;
-  };
-  Case const cases[] = {
-      {'a', 'A', 'a'},    {'Z', 'Z', 'z'},    {0xFF, 0x9F, 0xFF}, {0x9F, 0x9F, 0xFF}, {0xDF, 0xDF, 0xDF},
-      {0xD7, 0xD7, 0xD7}, {0xF7, 0xF7, 0xF7}, {0xC0, 0xC0, 0xE0}, {0xFE, 0xDE, 0xFE}, {0x8A, 0x8A, 0x9A},
-      {0x9E, 0x8E, 0x9E}, {'[', '[', '['},    {'_', '_', '_'},    {0x00, 0x00, 0x00},
-  };
-  for (Case const& c : cases) {
-    SCOPED_TRACE(static_cast<int>(c.byte));
-    EXPECT_EQ(c.upper, toupperTable_[c.byte]);
-    EXPECT_EQ(c.lower, tolowerTable_[c.byte]);
-  }
-}
-
-TEST(CharacterTables, ClassBitsOfSampleBytes) {
-  struct Case {
-    unsigned char byte, bits;
-  };
-  Case const cases[] = {{0x09, 0x48}, {' ', 0x28},  {'0', 0x84},  {'A', 0x81},  {'G', 0x01},
-                        {'f', 0x82},  {0x7F, 0x40}, {0x85, 0x48}, {0xA0, 0x08}, {0xAA, 0x02},
-                        {0xAD, 0x40}, {0xD7, 0x10}, {0xDF, 0x02}, {0xF7, 0x10}, {0x8A, 0x40}};
-  for (Case const& c : cases) {
-    SCOPED_TRACE(static_cast<int>(c.byte));
-    EXPECT_EQ(c.bits, ctypeTable_[c.byte]);
-    EXPECT_EQ(c.bits, parsingctypeTable_[c.byte]);
-  }
-}
-
 TEST(CharacterTables, ResetRestoresWhatTheApplicationChanged) {
   unsigned char const A = 'A', x = 'x', y = 'y';
   tolowerTable_[A] = 'A';
@@ -73,39 +43,45 @@ TEST(CharacterTables, IsUpperAndIsLowerPassOverNonLetters) {
   }
 }
 
-TEST(CharacterTables, IcomparenOnCountedTexts) {
+// Counted texts, then a string against a zero-terminated text; bytes compare folded and
+// unsigned, the shorter text is the lesser.
+TEST(CharacterTables, Icomparen) {
   struct Case {
-    char const* s;
-    unsigned long n;
-    char const* t;
-    unsigned long m;
+    std::string s, t;
     unsigned long limit;
     int expected;
+    bool counted;
   };
   Case const cases[] = {
-      {"abc", 3, "ABC", 3, 10, 0},  {"abc", 3, "abd", 3, 10, 'c' - 'd'},
-      {"abc", 3, "ab", 2, 10, 1},   {"ab", 2, "abcd", 4, 10, -2},
-      {"abc", 3, "ab", 2, 2, 0},    {"x", 1, "y", 1, 0, 0},
-      {"\xC0", 1, "\xE0", 1, 1, 0}, {"a\0b", 3, "A\0c", 3, 3, 'b' - 'c'},
+      {"abc", "ABC", 10, 0, true},
+      {"abc", "abd", 10, 'c' - 'd', true},
+      {"abc", "ab", 10, 1, true},
+      {"ab", "abcd", 10, -2, true},
+      {"abc", "ab", 2, 0, true},
+      {"x", "y", 0, 0, true},
+      {"\xC0", "\xE0", 1, 0, true},
+      {std::string("a\0b", 3), std::string("A\0c", 3), 3, 'b' - 'c', true},
+      {"\xE9", "a", 1, 136, true},
+      {"Hello", "hELLO", 100, 0, false},
+      {"Hel", "hello", 100, -1, false},
+      {"Hel", "hello", 3, 0, false},
+      {"Hello", "he", 100, 1, false},
+      {"abc", "xyz", 0, 0, false},
+      {"\xC9\x8A", "\xE9\x9A", 5, 0, false},
+      {"\x9F", "z", 5, 0xFF - 0x7A, false},
+      {"a", "\xC9", 5, -136, false},
   };
   for (Case const& c : cases) {
-    SCOPED_TRACE(c.s);
-    EXPECT_EQ(c.expected, sbcs::icomparen(c.s, c.n, c.t, c.m, c.limit));
+    SCOPED_TRACE(c.s + " " + c.t);
+    if (c.counted) {
+      EXPECT_EQ(c.expected, sbcs::icomparen(c.s.data(), c.s.size(), c.t.data(), c.t.size(), c.limit));
+    } else {
+      EXPECT_EQ(c.expected, sbcs::icomparen(c.s, c.t.c_str(), c.limit));
+    }
   }
-}
-
-TEST(CharacterTables, IcomparenWithZeroTerminatedTexts) {
-  EXPECT_EQ(0, sbcs::icomparen(std::string("Hello"), "hELLO", 100));
-  EXPECT_EQ(-1, sbcs::icomparen(std::string("Hel"), "hello", 100));
-  EXPECT_EQ(0, sbcs::icomparen(std::string("Hel"), "hello", 3));
-  EXPECT_EQ(1, sbcs::icomparen(std::string("Hello"), "he", 100));
-  EXPECT_EQ(0, sbcs::icomparen(std::string("abc"), "xyz", 0));
-
-  EXPECT_EQ(0, sbcs::icomparen("abc", "xyz", 0));
+  EXPECT_EQ('x' - 'y', sbcs::icomparen("abcX", "ABCy", 4));  // both zero-terminated
   EXPECT_EQ(0, sbcs::icomparen("abcX", "ABCy", 3));
-  EXPECT_EQ('x' - 'y', sbcs::icomparen("abcX", "ABCy", 4));
   EXPECT_EQ('c', sbcs::icomparen("abc", "ab", 10));
-  EXPECT_EQ(0, sbcs::icomparen("same", "SAME", 100));
 }
 
 // The default class table as the design gives it, row by high digit.
@@ -172,14 +148,6 @@ TEST(CharacterTables, AsciiHalfAgreesWithTheCLocale) {
     EXPECT_EQ(std::tolower(c), tolowerTable_[c]);
     EXPECT_EQ(std::toupper(c), toupperTable_[c]);
   }
-}
-
-TEST(CharacterTables, FoldingComparesBytesAsUnsigned) {
-  EXPECT_EQ(136, sbcs::icomparen("\xE9", 1, "a", 1, 1));
-  EXPECT_EQ(-136, sbcs::icomparen("a", "\xC9", 5));
-  EXPECT_EQ(0, sbcs::icomparen(std::string("\xC9\x8A"), "\xE9\x9A", 5));
-  EXPECT_EQ(0xFF - 0x7A, sbcs::icomparen(std::string("\x9F"), "z", 5));
-  EXPECT_EQ(sbcs::toLower('\xDF'), 0xDF);
 }
 
 TEST(CharacterTables, ReadersFollowTablesRewrittenAtRunTime) {

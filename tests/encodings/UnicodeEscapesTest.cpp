@@ -148,15 +148,23 @@ TEST(UnicodeEscapes, StepsReturnMinusOneWithoutMoving) {
     long sourceMoved;
   };
   Case const cases[] = {
-      {generateUESCencoding, {0x20AC}, 5, -1, 0},     {generateUESCencoding, {0x20AC}, 6, 6, 1},
+      {generateUESCencoding, {0x20AC}, 5, -1, 0},
+      {generateUESCencoding, {0x20AC}, 6, 6, 1},
       {generateUESCencoding, u("\\u0041"), 6, -1, 0},  // needs n+6 = 7
-      {generateUESCencoding, u("\\u0041"), 7, 7, 6},  {generateUNCRencoding, {0x20AC}, 7, -1, 0},
-      {generateUNCRencoding, {0x20AC}, 8, 8, 1},      {parseUESCencoding, u("x"), 8, -1, 0},
-      {parseUESCencoding, u("\\"), 8, -1, 0},         {parseUESCencoding, u("\\u004"), 8, -1, 0},
+      {generateUESCencoding, u("\\u0041"), 7, 7, 6},
+      {generateUNCRencoding, {0x20AC}, 7, -1, 0},
+      {generateUNCRencoding, {0x20AC}, 8, 8, 1},
+      {parseUESCencoding, u("x"), 8, -1, 0},
+      {parseUESCencoding, u("\\"), 8, -1, 0},
+      {parseUESCencoding, u("\\u004"), 8, -1, 0},
       {parseUESCencoding, u("\\uu0041"), 4, -1, 0},  // needs n+4 = 6
-      {parseUESCencoding, u("\\uu0041"), 6, 6, 7},    {parseUESCencoding, u("\\u0041"), 1, 1, 6},
-      {parseUNCRencoding, u("&#65;"), 1, 1, 5},       {parseUNCRencoding, u("&#65"), 1, -1, 0},
-      {parseUNCRencoding, u("&x65;"), 1, -1, 0},      {parseUNCRencoding, u("&#00065;"), 0, -1, 0},
+      {parseUESCencoding, u("\\uu0041"), 6, 6, 7},
+      {parseUESCencoding, u("\\u0041"), 1, 1, 6},
+      {parseUNCRencoding, u("&#65;"), 1, 1, 5},
+      {parseUNCRencoding, u("&#065"), 1, 1, 5},  // cut off: stops at the end
+      {parseUNCRencoding, u("&#65"), 1, -1, 0},
+      {parseUNCRencoding, u("&x65;"), 1, -1, 0},
+      {parseUNCRencoding, u("&#00065;"), 0, -1, 0},
   };
   IntrusivePointer<UC> latin1 = UC::iso88591ToUnicode();
   for (Case const& c : cases) {
