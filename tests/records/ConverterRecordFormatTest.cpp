@@ -69,12 +69,9 @@ TEST(ConverterRecordFormat, OpenChoosesTheClassByFormatAndEncoding) {
   // clang-format off
   Case const cases[] = {
       {__LINE__, V, l1, l1, fac, nullptr, isExactly<recfm::RecfmVConv>, true},
-      {__LINE__, V, l1, ebc, fac, nullptr, isExactly<recfm::RecfmVConv>, true},
       {__LINE__, V, l1, u8, fac, nullptr, isExactly<BomDetector<recfm::RecfmVConv>>, true},
-      {__LINE__, V, l1, kUtf16BE.get(), fac, nullptr, isExactly<Wide<unsigned short, BE>>, true},
       {__LINE__, V, l1, kUtf16LE.get(), fac, nullptr, isExactly<Wide<unsigned short, LE>>, true},
       {__LINE__, V, l1, kUtf32BE.get(), fac, nullptr, isExactly<Wide<unsigned int, BE>>, true},
-      {__LINE__, V, l1, kUtf32LE.get(), fac, nullptr, isExactly<Wide<unsigned int, LE>>, true},
       {__LINE__, V, l1, utf16AndUtf8.get(), fac, nullptr, isExactly<BomDetector<recfm::RecfmVConv>>, true},
       {__LINE__, V, l1, utf32Both.get(), fac, nullptr, isExactly<Wide<unsigned int, BE>>, true},
       // With conversion the mark follows the file encoding, not bomEncoding.
@@ -86,12 +83,10 @@ TEST(ConverterRecordFormat, OpenChoosesTheClassByFormatAndEncoding) {
       {__LINE__, BaseRecordFile::RECFM_P, l1, kUtf16LE.get(), fac, u8, isExactly<recfm::RecfmP>, false},
       // A triple with a member missing converts nothing.
       {__LINE__, V, l1, ebc, nullptr, nullptr, isExactly<recfm::RecfmV>, false},
-      {__LINE__, V, nullptr, ebc, fac, nullptr, isExactly<recfm::RecfmV>, false},
       {__LINE__, F, l1, nullptr, fac, nullptr, isExactly<recfm::RecfmF>, false},
       // Without conversion only V looks at bomEncoding, and only for the five marks.
       {__LINE__, V, nullptr, nullptr, nullptr, u8, isExactly<BomDetector<recfm::RecfmV>>, false},
       {__LINE__, V, l1, nullptr, fac, kUtf32LE.get(), isExactly<BomDetector<recfm::RecfmV>>, false},
-      {__LINE__, V, nullptr, nullptr, nullptr, ebc, isExactly<recfm::RecfmV>, false},
       {__LINE__, F, nullptr, nullptr, nullptr, u8, isExactly<recfm::RecfmF>, false},
       {__LINE__, BaseRecordFile::RECFM_P, nullptr, nullptr, nullptr, u8, isExactly<recfm::RecfmP>, false},
   };
@@ -142,7 +137,8 @@ TEST(ConverterRecordFormat, EveryBaseFormatConvertsBothWays) {
   }
 }
 
-// Records {"Ab", e-acute} in each Unicode file encoding, with and without the mark.
+// Records {"Ab", e-acute} in each Unicode file encoding, with and without the mark, read again
+// after a rewind.
 TEST(ConverterRecordFormat, UnicodeFilesWriteAndReadTheirMarks) {
   struct Case {
     TestEncoding const& file;
@@ -164,8 +160,13 @@ TEST(ConverterRecordFormat, UnicodeFilesWriteAndReadTheirMarks) {
       options.writeBom = true;
       EXPECT_EQ(c.mark + c.body, writeRecords(records, options));
       EXPECT_EQ(records, readBytes(c.body, options));
-      for (int maxFill : {0, 1})
-        EXPECT_EQ(records, readBytes(c.mark + c.body, options, 99, nullptr, maxFill));
+      for (int maxFill : {0, 1}) {
+        auto file = openMemory(c.mark + c.body, options, maxFill);
+        EXPECT_EQ(records, readAll(*file));
+        file->position = 0;  // a rewind reads the file as at open: the mark is no data
+        file->clearEof();
+        EXPECT_EQ(records, readAll(*file));
+      }
     }
   }
 }
@@ -184,17 +185,13 @@ TEST(BomDetector, OnlyAWholeMarkIsPassedOver) {
   Case const cases[] = {
       {__LINE__, kUtf8, false, BOM8 + "\xC3\xA9\n", {"\xC3\xA9"}},
       {__LINE__, kUtf8, false, "\xEF\xBB", {"\xEF\xBB"}},
-      {__LINE__, kUtf8, false, "", {}},
       {__LINE__, kUtf8, false, BOM8, {}},
       {__LINE__, kUtf8, false, BOM8 + BOM8 + "x", {BOM8 + "x"}},
-      {__LINE__, kUtf8, false, "\xEF\xBBx\n", {"\xEF\xBBx"}},
       {__LINE__, kUtf8, false, "\n" + BOM8, {"", BOM8}},
       {__LINE__, kUtf16LE, false, "\xFF\xFE\0\0a\n"s, {"\0\0a"s}},
-      {__LINE__, kUtf16LE, false, "\xFF", {"\xFF"}},
       {__LINE__, kUtf16BE, false, "\xFE\xFFx", {"x"}},
       {__LINE__, kUtf16BE, false, "\xFF\xFEx", {"\xFF\xFEx"}},
       {__LINE__, kUtf32BE, false, "\0\0\xFE\xFFx"s, {"x"}},
-      {__LINE__, kUtf32BE, false, "\0\0\xFE"s, {"\0\0\xFE"s}},
       {__LINE__, kUtf32LE, false, "\xFF\xFE" "a\n", {"\xFF\xFE" "a"}},
       {__LINE__, kUtf8, true, BOM8 + "\xC3\xA9\n", {"\xE9"}},
       {__LINE__, kUtf8, true, BOM8, {}},
@@ -227,18 +224,14 @@ TEST(BomDetector, BadBytesAfterOrInsteadOfTheMarkReachTheConverter) {
     TestEncoding const& encoding;
     std::string bytes;
   };
+  // clang-format off
   Case const cases[] = {
-      {kUtf8,
-       "\xEF\xBB"
-       "a\n"},  // partial mark, then malformed UTF-8
-      {kUtf8,
-       "\xFF\xFE"
-       "a\n"},  // a UTF-16 mark in a UTF-8 file
-      {kUtf32LE,
-       "\xFF\xFE"
-       "A\0"s},                             // the UTF-16LE mark read as one UTF-32 unit
+      {kUtf8, "\xEF\xBB" "a\n"},          // partial mark, then malformed UTF-8
+      {kUtf8, "\xFF\xFE" "a\n"},          // a UTF-16 mark in a UTF-8 file
+      {kUtf32LE, "\xFF\xFE" "A\0"s},      // the UTF-16LE mark read as one UTF-32 unit
       {kUtf16BE, "\xFE\xFF\xDC\x00\0\n"s},  // a lone low surrogate
   };
+  // clang-format on
   for (Case const& c : cases) {
     SCOPED_TRACE(c.encoding.name);
     EXPECT_EQ("CharConverter::Invalid",
@@ -252,14 +245,13 @@ TEST(BomDetector, FirstNoteLiesBehindTheMark) {
     std::string bytes;
     std::vector<long long> notes;
   };
+  // clang-format off
   Case const cases[] = {
       {kUtf8, BOM8 + "a\nc\n", {3, 5}},
-      {kUtf16LE,
-       "\xFF\xFE"
-       "a\0\n\0c\0\n\0"s,
-       {2, 6}},
+      {kUtf16LE, "\xFF\xFE" "a\0\n\0c\0\n\0"s, {2, 6}},
       {kUtf32BE, "\0\0\xFE\xFF\0\0\0a\0\0\0\n\0\0\0c"s, {4, 12}},
   };
+  // clang-format on
   for (Case const& c : cases) {
     for (int size : blockSizes()) {
       SCOPED_TRACE(std::string(c.encoding.name) + ", bufferSize " + std::to_string(size));
@@ -306,22 +298,6 @@ TEST(BomDetector, NewVolumeLooksForTheMarkWhereItsDataBegins) {
       file.indicateNewVolume();
       EXPECT_EQ(c.after, readAll(file));
       EXPECT_TRUE(file.seeks.empty());
-    }
-  }
-}
-
-// A rewind (back to position 0, then clearEof) reads the file as at open: the mark is no data.
-TEST(BomDetector, RewoundFileGivesTheSameRecords) {
-  for (TestEncoding const* encoding : {&kUtf8, &kUtf16BE, &kUtf32LE}) {
-    for (int size : blockSizes()) {
-      SCOPED_TRACE(std::string(encoding->name) + ", bufferSize " + std::to_string(size));
-      Options options = converting(V, *encoding, size);
-      options.writeBom = true;
-      MemoryRecordFile file(writeRecords({"\xE9", "b"}, options), options);
-      EXPECT_EQ((Records{"\xE9", "b"}), readAll(file));
-      file.position = 0;
-      file.clearEof();
-      EXPECT_EQ((Records{"\xE9", "b"}), readAll(file));
     }
   }
 }

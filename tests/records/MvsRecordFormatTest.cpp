@@ -129,8 +129,7 @@ TEST(MvsRecordFormat, ReadsForeignLayouts) {
   Case const cases[] = {
       {"block larger than the block memory", {VB}, "\x03\xE6\x00\x00"s "\x03\xE2\x00\x00"s + big, {big}},
       {"extended descriptor on a short block", {VB}, "\x80\x00\x00\x0B"s "\x00\x07\x00\x00"s "abc", {"abc"}},
-      {"descriptor bytes 2 and 3 not checked", {VB}, "\x00\x0B\x00\x00"s "\x00\x07\x12\x34"s "abc", {"abc"}},
-      {"segment descriptor byte 3 not checked", {VBS}, "\x00\x0B\x00\x00"s "\x00\x07\x00\x99"s "abc", {"abc"}},
+      {"descriptor bytes 2 and 3 not checked", {VB, VBS}, "\x00\x0B\x00\x00"s "\x00\x07\x00\x99"s "abc", {"abc"}},
       {"unblocked drops the rest of a block", {V, VS}, twoInABlock + "\x00\x09\x00\x00"s "\x00\x05\x00\x00"s "e",
        {"ab", "e"}},
       {"VBS reads every segment of a block", {VBS}, twoInABlock, {"ab", "cd"}},

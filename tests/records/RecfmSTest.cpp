@@ -19,8 +19,8 @@ Options streamOptions(RecordFile::OpenMode mode, int bufferSize = 8192) {
   return optionsFor(mode, BaseRecordFile::RECFM_S, 4, bufferSize);
 }
 
-// Whole blocks reach the stream, at most one block stays behind until the close; reading gives the bytes back in
-// pieces of at most 5.
+// Whole blocks reach the stream, at most one block stays behind until the close; reading gives the bytes back
+// in pieces of at most 5.
 TEST(RecfmS, RoundTripsThroughStringStreamsAtBlockBoundaries) {
   struct Case {
     int bufferSize;
