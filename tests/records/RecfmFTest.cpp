@@ -1,4 +1,4 @@
-// Fixed-length records and fixed-length pieces: reading, cutting, padding, update and notes.
+// Fixed-length records and pieces; update in place and notes over the F, N, V and S formats.
 #include "vyk/util/RecfmF.h"
 
 #include <gtest/gtest.h>
@@ -13,42 +13,32 @@ namespace testing {
 namespace {
 
 using namespace std::string_literals;
-
-Options fixedOptions(RecordFile::OpenMode mode, BaseRecordFile::Recfm recfm, int lrecl, int bufferSize) {
-  Options options = optionsFor(mode, recfm, 4, bufferSize);
-  options.lrecl = lrecl;
-  return options;
-}
+constexpr BaseRecordFile::Recfm F = BaseRecordFile::RECFM_F, N = BaseRecordFile::RECFM_N,
+                                V = BaseRecordFile::RECFM_V, S = BaseRecordFile::RECFM_S;
 
 TEST(RecfmF, ReadsPiecesOfLreclBytesAndSkipsWhatTheBufferCannotHold) {
   struct Case {
-    int line;
-    int lrecl;
-    int maxLength;
+    int line, lrecl, maxLength;
     std::string bytes;
     Records records;
   };
   Case const cases[] = {
       {__LINE__, 4, 100, "abcdefghij", {"abcd", "efgh", "ij"}},
       {__LINE__, 4, 2, "abcdefghij", {"ab", "ef", "ij"}},
-      {__LINE__, 4, 100, "abcdefgh", {"abcd", "efgh"}},
       {__LINE__, 4, 100, "", {}},
-      {__LINE__, 1, 100, "a\n\0"s, {"a", "\n", "\0"s}},
-      {__LINE__, 3, 100, "\r\n\x1a\xff", {"\r\n\x1a", "\xff"}},
-      // Asking for no bytes still passes over each record, and the end gives no extra record.
-      {__LINE__, 4, 0, "abcdefgh", {"", ""}},
+      {__LINE__, 3, 100, "\r\n\0\xff"s, {"\r\n\0"s, "\xff"}},
+      {__LINE__, 4, 0, "abcdefgh", {"", ""}},  // no extra record at the end
       {__LINE__, 4, 0, "abcdefghi", {"", "", ""}},
-      // A record length below 1 has no records to give.
       {__LINE__, 0, 100, "abc", {}},
   };
-  for (BaseRecordFile::Recfm recfm : {BaseRecordFile::RECFM_F, BaseRecordFile::RECFM_N}) {
+  for (BaseRecordFile::Recfm recfm : {F, N}) {
     for (Case const& c : cases) {
       for (int size : blockSizes()) {
         SCOPED_TRACE("line " + std::to_string(c.line) + ", recfm " + std::to_string(recfm) + ", bufferSize " +
                      std::to_string(size));
-        Options options = fixedOptions(RecordFile::READ, recfm, c.lrecl, size);
-        EXPECT_EQ(c.records, readBytes(c.bytes, options, c.maxLength));
-        EXPECT_EQ(c.records, readBytes(c.bytes, options, c.maxLength, nullptr, 1));
+        Options options = optionsFor(RecordFile::READ, recfm, 4, size, c.lrecl);
+        for (int maxFill : {0, 1})
+          EXPECT_EQ(c.records, readBytes(c.bytes, options, c.maxLength, nullptr, maxFill));
       }
     }
   }
@@ -63,59 +53,99 @@ TEST(RecfmF, WritesExactlyLreclBytesWhileRecfmNWritesWhatItIsGiven) {
     std::string bytes;
   };
   Case const cases[] = {
-      {__LINE__, BaseRecordFile::RECFM_F, 4, {"abcdef"}, "abcd"},
-      {__LINE__, BaseRecordFile::RECFM_F, 4, {"a"}, "a   "},
-      {__LINE__, BaseRecordFile::RECFM_F, 4, {"", "ab\n"}, "    ab\n "},
-      {__LINE__, BaseRecordFile::RECFM_F, 0, {"ab"}, ""},
-      {__LINE__, BaseRecordFile::RECFM_N, 4, {"abcdef", "a", ""}, "abcdefa"},
-      {__LINE__, BaseRecordFile::RECFM_N, 2, {"\0\r\n"s}, "\0\r\n"s},
+      {__LINE__, F, 4, {"abcdef"}, "abcd"},
+      {__LINE__, F, 4, {"", "ab\n"}, "    ab\n "},
+      {__LINE__, F, 0, {"ab"}, ""},
+      {__LINE__, N, 4, {"abcdef", "a", ""}, "abcdefa"},
+      {__LINE__, N, 2, {"\0\r\n"s}, "\0\r\n"s},
   };
   for (Case const& c : cases) {
     for (int size : blockSizes()) {
       SCOPED_TRACE("line " + std::to_string(c.line) + ", bufferSize " + std::to_string(size));
-      // The carriage control plays no part in either format.
-      for (CarriageControlType control : {CC_SINGLE, CC_NEW_PAGE, CC_TRIPLE}) {
-        EXPECT_EQ(c.bytes,
-                  writeRecords(c.records, fixedOptions(RecordFile::WRITE, c.recfm, c.lrecl, size), control));
+      Options const options = optionsFor(RecordFile::WRITE, c.recfm, 4, size, c.lrecl);
+      EXPECT_EQ(c.bytes, writeRecords(c.records, options, size == 1 ? CC_TRIPLE : CC_NEW_PAGE));
+    }
+  }
+}
+
+// A write after reads replaces the record last read; the next read goes on after it, and a flush
+// between the two changes nothing.
+TEST(RecordUpdate, WriteAfterReadReplacesTheRecordRead) {
+  struct Case {
+    int line;
+    BaseRecordFile::Recfm recfm;
+    int maxLength;  // for each read; also the lrecl
+    std::string initial;
+    int reads;
+    std::string replacement, next, after;
+  };
+  Case const cases[] = {
+      {__LINE__, F, 4, "aaaabbbbcc", 2, "XY", "cc", "aaaaXY  cc"},
+      {__LINE__, N, 4, "aaaabbbbcc", 1, "XY", "aabb", "XYaabbbbcc"},
+      {__LINE__, S, 4, "aaaabbbbccccdddd", 2, "BBBB", "cccc", "aaaaBBBBccccdddd"},
+      {__LINE__, V, 16, "aaa\nbbb\nccc\n", 2, "YYY", "ccc", "aaa\nYYY\nccc\n"},
+      {__LINE__, V, 16, "aaa\nbbb\nccc\n", 3, "ZZZ", "<end>", "aaa\nbbb\nZZZ\n"},
+      // A longer record overwrites what follows; a shorter one leaves old bytes in place.
+      {__LINE__, V, 16, "aaa\nbbb\nccc\n", 1, "XXXXX", "b", "XXXXX\nb\nccc\n"},
+      {__LINE__, V, 16, "aaa\nbbb\nccc\n", 1, "X", "a", "X\na\nbbb\nccc\n"},
+      {__LINE__, V, 16, "aaa\r\nbbb\r\n", 1, "XXX", "", "XXX\n\nbbb\r\n"},
+  };
+  for (Case const& c : cases) {
+    for (int size : blockSizes()) {
+      for (bool flushBetween : {false, true}) {
+        SCOPED_TRACE("line " + std::to_string(c.line) + ", bufferSize " + std::to_string(size) +
+                     (flushBetween ? ", flush" : ""));
+        MemoryRecordFile file(c.initial, optionsFor(RecordFile::UPDATE, c.recfm, 4, size, c.maxLength));
+        for (int i = 0; i < c.reads; ++i) ASSERT_NE("<end>", nextRecord(file, c.maxLength));
+        file.write(c.replacement.data(), static_cast<int>(c.replacement.size()), CC_SINGLE);
+        long long note = 0;
+        EXPECT_FALSE(file.tell(&note));
+        if (flushBetween) file.flush();
+        EXPECT_EQ(c.next, nextRecord(file, c.maxLength));
+        file.flush();
+        EXPECT_EQ(c.after, file.bytes);
       }
     }
   }
 }
 
-TEST(RecfmF, UpdateReplacesTheRecordReadAndNotesFindIt) {
-  for (int size : blockSizes()) {
-    SCOPED_TRACE(size);
-    MemoryRecordFile file("aaaabbbbcc", fixedOptions(RecordFile::UPDATE, BaseRecordFile::RECFM_F, 4, size));
-    char buffer[8];
-    int eof = 0;
-    ASSERT_EQ(4, file.read(buffer, 8, &eof));
-    ASSERT_EQ(4, file.read(buffer, 8, &eof));
-    long long note = 0;
-    ASSERT_TRUE(file.tell(&note));
-    EXPECT_EQ(4, note);
-    file.write("XY", 2, CC_SINGLE);
-    EXPECT_FALSE(file.tell(&note));
-    EXPECT_EQ(2, file.read(buffer, 8, &eof));
-    EXPECT_EQ("cc", std::string(buffer, 2));
-    long long first = 0;
-    ASSERT_TRUE(file.seek(&first));
-    EXPECT_EQ(4, file.read(buffer, 8, &eof));
-    EXPECT_EQ("aaaa", std::string(buffer, 4));
-    file.flush();
-    EXPECT_EQ("aaaaXY  cc", file.bytes);
+// tell answers false before the first read, then where the record last read began; after the end,
+// seeking to each note in reverse order reads its record again.
+TEST(RecordNotes, LeadBackToTheStartOfEachRecord) {
+  struct Case {
+    int line;
+    BaseRecordFile::Recfm recfm;
+    int maxLength;
+    std::string bytes;
+    Records records;
+    std::vector<long long> starts;
+  };
+  Case const cases[] = {
+      {__LINE__, V, 8, "ab\ncd\r\n\ref\n\n", {"ab", "cd", "\ref", ""}, {0, 3, 7, 11}},
+      {__LINE__, F, 4, "aaaabbbbcc", {"aaaa", "bbbb", "cc"}, {0, 4, 8}},
+      {__LINE__, S, 3, "abcdefghij", {"abc", "def", "ghi", "j"}, {0, 3, 6, 9}},
+  };
+  for (Case const& c : cases) {
+    for (int size : blockSizes()) {
+      SCOPED_TRACE("line " + std::to_string(c.line) + ", bufferSize " + std::to_string(size));
+      MemoryRecordFile file(c.bytes, optionsFor(RecordFile::READ, c.recfm, 4, size, c.maxLength));
+      ASSERT_EQ(8, file.note_length());
+      long long note = -5;
+      EXPECT_FALSE(file.tell(&note));
+      std::vector<long long> notes;
+      for (std::string const& record : c.records) {
+        ASSERT_EQ(record, nextRecord(file, c.maxLength));
+        ASSERT_TRUE(file.tell(&note));
+        notes.push_back(note);
+      }
+      EXPECT_EQ(c.starts, notes);
+      EXPECT_EQ("<end>", nextRecord(file, c.maxLength));
+      for (size_t i = c.records.size(); i-- > 0;) {
+        ASSERT_TRUE(file.seek(&notes[i]));
+        EXPECT_EQ(c.records[i], nextRecord(file, c.maxLength));
+      }
+    }
   }
-}
-
-TEST(RecfmN, UpdateWritesOnlyTheGivenBytesOverTheRecordRead) {
-  MemoryRecordFile file("aaaabbbbcc", fixedOptions(RecordFile::UPDATE, BaseRecordFile::RECFM_N, 4, 3));
-  char buffer[8];
-  int eof = 0;
-  ASSERT_EQ(4, file.read(buffer, 8, &eof));
-  file.write("XY", 2, CC_SINGLE);
-  EXPECT_EQ(4, file.read(buffer, 8, &eof));
-  EXPECT_EQ("aabb", std::string(buffer, 4));
-  file.flush();
-  EXPECT_EQ("XYaabbbbcc", file.bytes);
 }
 
 }  // namespace

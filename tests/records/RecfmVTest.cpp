@@ -1,8 +1,10 @@
-// Terminated records: every termstr, block boundaries, cutting, Ctrl-Z, wide units, writing, update.
+// Terminated records: every termstr and code unit, block boundaries, cutting, Ctrl-Z, writing, flags.
 #include "vyk/util/RecfmV.h"
 
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <iterator>
 #include <random>
 #include <string>
 #include <utility>
@@ -17,163 +19,192 @@ namespace {
 using namespace std::string_literals;
 
 enum { NUL = 0, CR = 1, LF = 2, CRLF = 3, ANY = 4, NONE = 5 };
+MakeFormat const B1 = nullptr;
+MakeFormat const L16 = makeV<unsigned short, recfm::ByteOrderLE>;
+MakeFormat const B16 = makeV<unsigned short, recfm::ByteOrderBE>;
+MakeFormat const L32 = makeV<unsigned int, recfm::ByteOrderLE>;
+MakeFormat const B32 = makeV<unsigned int, recfm::ByteOrderBE>;
 
-struct ReadCase {
-  int line;
-  int termstr;
-  bool stopAtCtrlZ;
-  std::string bytes;
-  Records records;
-};
-
-void checkReadsAtEveryBlockSize(ReadCase const& c, MakeFormat make, int maxLength = 1 << 16) {
-  for (int size : blockSizes()) {
-    SCOPED_TRACE("line " + std::to_string(c.line) + ", bufferSize " + std::to_string(size));
-    Options options = optionsFor(RecordFile::READ, BaseRecordFile::RECFM_V, c.termstr, size);
-    options.stopAtCtrlZ = c.stopAtCtrlZ;
-    EXPECT_EQ(c.records, readBytes(c.bytes, options, maxLength, make));
-    // Short device reads put the block ends elsewhere again.
-    EXPECT_EQ(c.records, readBytes(c.bytes, options, maxLength, make, 1));
-  }
+Options vOptions(RecordFile::OpenMode mode, int termstr, int bufferSize) {
+  return optionsFor(mode, BaseRecordFile::RECFM_V, termstr, bufferSize);
 }
 
-TEST(RecfmV, BytesReadIntoRecordsForEveryTermstr) {
-  ReadCase const cases[] = {
-      {__LINE__, ANY, false, "a\r\nb\n", {"a", "b"}},
-      {__LINE__, ANY, false, "a\rb\n", {"a\rb"}},
-      {__LINE__, ANY, false, "a\r", {"a\r"}},
-      {__LINE__, ANY, false, "", {}},
-      {__LINE__, ANY, false, "\n", {""}},
-      {__LINE__, ANY, false, "a\n\nb", {"a", "", "b"}},
-      {__LINE__, ANY, false, "a\r\r\n", {"a\r"}},
-      {__LINE__, ANY, false, "\r\r\n\n", {"\r", ""}},
-      {__LINE__, ANY, false, "a\0b\n"s, {"a\0b"s}},
-      {__LINE__, ANY, false, "\xff\x80\n\x1a", {"\xff\x80", "\x1a"}},
-      {__LINE__, LF, false, "a\r\nb\n", {"a\r", "b"}},
-      {__LINE__, LF, false, "a\rb", {"a\rb"}},
-      {__LINE__, CR, false, "a\nb\r", {"a\nb"}},
-      {__LINE__, CR, false, "a\rb\rc", {"a", "b", "c"}},
-      {__LINE__, CR, false, "a\r\nb", {"a", "\nb"}},
-      {__LINE__, CRLF, false, "a\nb\r\nc", {"a\nb", "c"}},
-      {__LINE__, CRLF, false, "a\r\r\n", {"a\r"}},
-      {__LINE__, CRLF, false, "a\rb", {"a\rb"}},
-      {__LINE__, CRLF, false, "a\n", {"a\n"}},
-      {__LINE__, CRLF, false, "a\r", {"a\r"}},
-      {__LINE__, NUL, false, "a\0b\0"s, {"a", "b"}},
-      {__LINE__, NUL, false, "a\nb\r\nc\0"s, {"a\nb\r\nc"}},
-      {__LINE__, NUL, false, "\0\0"s, {"", ""}},
-      {__LINE__, NONE, false, "a\nb\r\n\0"s, {"a\nb\r\n\0"s}},
-      {__LINE__, ANY, true, "a\032b", {"a"}},
-      {__LINE__, ANY, true, "a\n\032b\n", {"a"}},
-      {__LINE__, ANY, true, "\032", {}},
-      {__LINE__, ANY, true, "a\r\032", {"a\r"}},
-      {__LINE__, ANY, true, "a\rb\r\rc\n\rd\032e\n", {"a\rb\r\rc", "\rd"}},
-      {__LINE__, CRLF, true, "\r\ra\n\r\nb\rc\032", {"\r\ra\n", "b\rc"}},
-      {__LINE__, ANY, false, "a\032b", {"a\032b"}},
-  };
-  for (ReadCase const& c : cases) checkReadsAtEveryBlockSize(c, nullptr);
-}
-
-TEST(RecfmV, WideUnitsCompareWholeUnitsInTheirByteOrder) {
-  MakeFormat const le16 = makeV<unsigned short, recfm::ByteOrderLE>;
-  MakeFormat const be16 = makeV<unsigned short, recfm::ByteOrderBE>;
-  MakeFormat const le32 = makeV<unsigned int, recfm::ByteOrderLE>;
-  MakeFormat const be32 = makeV<unsigned int, recfm::ByteOrderBE>;
-  struct Case {
-    MakeFormat make;
-    ReadCase read;
-  };
-  Case const cases[] = {
-      {le16, {__LINE__, ANY, false, "a\0\r\0\n\0b\0"s, {"a\0"s, "b\0"s}}},
-      {le16,
-       {__LINE__,
-        ANY,
-        false,
-        "a\0\n\r"s
-        "b\0"s,
-        {"a\0\n\rb\0"s}}},
-      {le16, {__LINE__, ANY, false, "a\0\n\0x"s, {"a\0"s}}},
-      {le16, {__LINE__, ANY, false, "x"s, {}}},
-      {le16, {__LINE__, ANY, false, "a\0\r\0\n"s, {"a\0\r\0"s}}},
-      {le16, {__LINE__, ANY, false, "\r\0a\0\n\0"s, {"\r\0a\0"s}}},
-      {le16, {__LINE__, NUL, false, "a\0\0\0b\0"s, {"a\0"s, "b\0"s}}},
-      {le16, {__LINE__, NUL, false, "\0a\0\0"s, {"\0a"s}}},
-      {le16, {__LINE__, ANY, true, "a\0\x1a\0b\0"s, {"a\0"s}}},
-      {le16, {__LINE__, ANY, true, "\x1a\x01\n\0"s, {"\x1a\x01"s}}},
-      {le16, {__LINE__, CR, false, "\0\r\r\0"s, {"\0\r"s}}},
-      {be16, {__LINE__, ANY, false, "\0a\0\r\0\n\0b"s, {"\0a"s, "\0b"s}}},
-      {be16, {__LINE__, CRLF, false, "\0a\0\n\0\r\0\n"s, {"\0a\0\n"s}}},
-      {be16, {__LINE__, LF, false, "\n\0\0\n"s, {"\n\0"s}}},
-      {le32, {__LINE__, ANY, false, "a\0\0\0\n\0\0\0b\0\0"s, {"a\0\0\0"s}}},
-      {le32, {__LINE__, ANY, false, "a\0\0\0\n\0\0\1"s, {"a\0\0\0\n\0\0\1"s}}},
-      {le32,
-       {__LINE__,
-        ANY,
-        false,
-        "a\0\0\0\xff\xff\xff\xff"
-        "b\0\0\0"s,
-        {"a\0\0\0"s, "b\0\0\0"s}}},
-      {le32,
-       {__LINE__,
-        ANY,
-        false,
-        "\xff\xff\xff\xff"
-        "b\0\0\0\n\0\0\0"s,
-        {"b\0\0\0"s}}},
-      {le32, {__LINE__, ANY, false, "\xff\xff\xff\xff"s, {}}},
-      {le32, {__LINE__, ANY, true, "\x1a\0\0\0"s, {}}},
-      {be32, {__LINE__, ANY, false, "\0\0\0a\0\0\0\r\0\0\0\n\0\0\0b"s, {"\0\0\0a"s, "\0\0\0b"s}}},
-      {be32, {__LINE__, ANY, false, "\0\0\0a\0\0\0\r"s, {"\0\0\0a\0\0\0\r"s}}},
-      {be32, {__LINE__, NUL, false, "\0\0\0a\0\0\0\0\0\0\0\0"s, {"\0\0\0a"s, ""}}},
-  };
-  for (Case const& c : cases) checkReadsAtEveryBlockSize(c.read, c.make);
-}
-
-TEST(RecfmV, OverlongRecordsAreCutAndTheNextReadStartsAtTheNextRecord) {
+TEST(RecfmV, BytesReadIntoRecordsAtEveryBlockSize) {
   struct Case {
     int line;
+    MakeFormat make;
     int termstr;
+    bool ctrlZ;
     int maxLength;
     std::string bytes;
     Records records;
-    MakeFormat make;
   };
+  // clang-format off
   Case const cases[] = {
-      {__LINE__, ANY, 3, "abcde\nxy\n", {"abc", "xy"}, nullptr},
-      // The terminator is found also when the caller's buffer is full.
-      {__LINE__, CRLF, 3, "abc\r\nde\r\n", {"abc", "de"}, nullptr},
-      {__LINE__, ANY, 2, "ab\r\ncd\n", {"ab", "cd"}, nullptr},
-      {__LINE__, ANY, 3, "abc\rx\nz", {"abc", "z"}, nullptr},
-      {__LINE__, ANY, 0, "ab\n\ncd", {"", "", ""}, nullptr},
-      // Only whole units fit: 3 bytes hold one 2-byte unit.
-      {__LINE__, ANY, 3, "a\0b\0\n\0c\0"s, {"a\0"s, "c\0"s}, makeV<unsigned short, recfm::ByteOrderLE>},
-      {__LINE__, ANY, 7, "\0\0\0a\0\0\0b\0\0\0\n"s, {"\0\0\0a"s}, makeV<unsigned int, recfm::ByteOrderBE>},
+      {__LINE__, B1, ANY, false, 99, "a\r\nb\n", {"a", "b"}},
+      {__LINE__, B1, ANY, false, 99, "a\rb\n", {"a\rb"}},
+      {__LINE__, B1, ANY, false, 99, "a\r", {"a\r"}},
+      {__LINE__, B1, ANY, false, 99, "a\n\nb", {"a", "", "b"}},
+      {__LINE__, B1, ANY, false, 99, "a\r\r\n", {"a\r"}},
+      {__LINE__, B1, ANY, false, 99, "\r\r\n\n", {"\r", ""}},
+      {__LINE__, B1, ANY, false, 99, "a\0\xff\n\x1a"s, {"a\0\xff"s, "\x1a"}},
+      {__LINE__, B1, LF, false, 99, "a\r\nb\n", {"a\r", "b"}},
+      {__LINE__, B1, CR, false, 99, "a\nb\r", {"a\nb"}},
+      {__LINE__, B1, CR, false, 99, "a\r\nb", {"a", "\nb"}},
+      {__LINE__, B1, CRLF, false, 99, "a\nb\r\nc", {"a\nb", "c"}},
+      {__LINE__, B1, CRLF, false, 99, "a\r\r\n", {"a\r"}},
+      {__LINE__, B1, NUL, false, 99, "a\r\nb\0\0"s, {"a\r\nb", ""}},
+      {__LINE__, B1, NONE, false, 99, "a\nb\r\n\0"s, {"a\nb\r\n\0"s}},
+      // Ctrl-Z ends the file, wherever it stands.
+      {__LINE__, B1, ANY, true, 99, "a\n\032b\n", {"a"}},
+      {__LINE__, B1, ANY, true, 99, "a\r\032", {"a\r"}},
+      {__LINE__, B1, ANY, true, 99, "a\rb\r\rc\n\rd\032e\n", {"a\rb\r\rc", "\rd"}},
+      {__LINE__, B1, CRLF, true, 99, "\r\ra\n\r\nb\rc\032", {"\r\ra\n", "b\rc"}},
+      // An overlong record is cut, and the next read starts at the next record, also when the
+      // terminator comes right after a full caller buffer.
+      {__LINE__, B1, ANY, false, 3, "abcde\nxy\n", {"abc", "xy"}},
+      {__LINE__, B1, CRLF, false, 3, "abc\r\nde\r\n", {"abc", "de"}},
+      {__LINE__, B1, ANY, false, 2, "ab\r\ncd\n", {"ab", "cd"}},
+      {__LINE__, B1, ANY, false, 3, "abc\rx\nz", {"abc", "z"}},
+      {__LINE__, B1, ANY, false, 0, "ab\n\ncd", {"", "", ""}},
+      // Wider units compare whole units in the file's byte order; a partial unit at the end is dropped.
+      {__LINE__, L16, ANY, false, 99, "a\0\r\0\n\0b\0"s, {"a\0"s, "b\0"s}},
+      {__LINE__, L16, ANY, false, 99, "a\0\n\rb\0"s, {"a\0\n\rb\0"s}},
+      {__LINE__, L16, ANY, false, 99, "a\0\n\0x"s, {"a\0"s}},
+      {__LINE__, L16, NUL, false, 99, "\0a\0\0"s, {"\0a"s}},
+      {__LINE__, L16, ANY, true, 99, "a\0\x1a\0b\0"s, {"a\0"s}},
+      {__LINE__, L16, ANY, true, 99, "\x1a\x01\n\0"s, {"\x1a\x01"s}},
+      {__LINE__, L16, CR, false, 99, "\0\r\r\0"s, {"\0\r"s}},
+      {__LINE__, B16, CRLF, false, 99, "\0a\0\n\0\r\0\n"s, {"\0a\0\n"s}},
+      {__LINE__, B16, LF, false, 99, "\n\0\0\n"s, {"\n\0"s}},
+      {__LINE__, L32, ANY, false, 99, "a\0\0\0\n\0\0\1"s, {"a\0\0\0\n\0\0\1"s}},
+      {__LINE__, L32, ANY, false, 99, "a\0\0\0\xff\xff\xff\xff" "b\0\0\0"s, {"a\0\0\0"s, "b\0\0\0"s}},
+      {__LINE__, L32, ANY, false, 99, "\xff\xff\xff\xff" "b\0\0\0\n\0\0\0"s, {"b\0\0\0"s}},
+      {__LINE__, L32, ANY, true, 99, "\x1a\0\0\0"s, {}},
+      {__LINE__, B32, ANY, false, 99, "\0\0\0a\0\0\0\r\0\0\0\n\0\0\0b"s, {"\0\0\0a"s, "\0\0\0b"s}},
+      {__LINE__, B32, ANY, false, 99, "\0\0\0a\0\0\0\r"s, {"\0\0\0a\0\0\0\r"s}},
+      {__LINE__, B32, NUL, false, 99, "\0\0\0a\0\0\0\0\0\0\0\0"s, {"\0\0\0a"s, ""}},
+      {__LINE__, L16, ANY, false, 3, "a\0b\0\n\0c\0"s, {"a\0"s, "c\0"s}},  // 3 bytes hold one unit
+      {__LINE__, B32, ANY, false, 7, "\0\0\0a\0\0\0b\0\0\0\n"s, {"\0\0\0a"s}},
   };
+  // clang-format on
   for (Case const& c : cases) {
-    checkReadsAtEveryBlockSize({c.line, c.termstr, false, c.bytes, c.records}, c.make, c.maxLength);
+    for (int size : blockSizes()) {
+      SCOPED_TRACE("line " + std::to_string(c.line) + ", bufferSize " + std::to_string(size));
+      Options options = vOptions(RecordFile::READ, c.termstr, size);
+      options.stopAtCtrlZ = c.ctrlZ;
+      for (int maxFill : {0, 1})
+        EXPECT_EQ(c.records, readBytes(c.bytes, options, c.maxLength, c.make, maxFill));
+    }
   }
 }
 
 TEST(RecfmV, CtrlZLeavesTheRestOfTheFileUnread) {
-  Options options = optionsFor(RecordFile::READ, BaseRecordFile::RECFM_V, ANY, 1);
+  Options options = vOptions(RecordFile::READ, ANY, 1);
   options.stopAtCtrlZ = true;
   MemoryRecordFile file("ab\032cdef", options);
-  EXPECT_EQ((Records{"ab"}), readAll(file));
+  EXPECT_EQ("ab", nextRecord(file));
+  EXPECT_EQ("<end>", nextRecord(file));
   EXPECT_EQ(3, file.position);  // the device gave 3 bytes, one per block
-  char buffer[8];
-  int eof = 0;
-  EXPECT_EQ(-1, file.read(buffer, 8, &eof));
-  EXPECT_EQ(1, eof);
 }
 
-TEST(RecfmV, ReadReportsEmptyRecordsAndTheEnd) {
-  MemoryRecordFile file("\n", optionsFor(RecordFile::READ, BaseRecordFile::RECFM_V));
-  char buffer[4];
-  int eof = 7;
-  EXPECT_EQ(0, file.read(buffer, 4, &eof));
-  EXPECT_EQ(0, eof);
-  EXPECT_EQ(-1, file.read(buffer, 4, &eof));
-  EXPECT_EQ(1, eof);
+TEST(RecfmV, RecordsWrittenIntoExactBytes) {
+  struct Case {
+    int line;
+    MakeFormat make;
+    int termstr;
+    CarriageControlType control;
+    int lrecl;  // padded to it when below 0
+    Records records;
+    std::string bytes;
+  };
+  // clang-format off
+  Case const cases[] = {
+      {__LINE__, B1, NUL, CC_SINGLE, 80, {"a", "", "bc"}, "a\0\0bc\0"s},
+      {__LINE__, B1, CR, CC_SINGLE, 80, {"a", "", "bc"}, "a\r\rbc\r"},
+      {__LINE__, B1, LF, CC_SINGLE, 80, {"a", "", "bc"}, "a\n\nbc\n"},
+      {__LINE__, B1, CRLF, CC_SINGLE, 80, {"a", "", "bc"}, "a\r\n\r\nbc\r\n"},
+      {__LINE__, B1, NONE, CC_SINGLE, 80, {"a", "", "bc"}, "abc"},
+      {__LINE__, B1, ANY, CC_NEW_PAGE, 80, {"x"}, "\fx\n"},
+      {__LINE__, B1, ANY, CC_DOUBLE, 80, {"x"}, "\nx\n"},
+      {__LINE__, B1, ANY, CC_OVERPRINT, 80, {"x"}, "x\n"},
+      {__LINE__, B1, CRLF, CC_TRIPLE, 80, {"x"}, "\r\n\r\nx\r\n"},
+      {__LINE__, B1, ANY, CC_SINGLE, 3, {"abcde"}, "abc\n"},
+      {__LINE__, B1, ANY, CC_SINGLE, -4, {"ab", "abcdef", ""}, "ab  \nabcd\n    \n"},
+      {__LINE__, L16, ANY, CC_SINGLE, 80, {"a\0"s}, "a\0\n\0"s},
+      {__LINE__, B16, CRLF, CC_NEW_PAGE, 80, {"\0a"s}, "\0\f\0a\0\r\0\n"s},
+      {__LINE__, L16, NUL, CC_DOUBLE, 80, {"a\0"s}, "\0\0a\0\0\0"s},
+      {__LINE__, B32, CR, CC_SINGLE, 80, {""}, "\0\0\0\r"s},
+      // Padding and cutting keep whole units: a remainder smaller than a unit stays out.
+      {__LINE__, L16, ANY, CC_SINGLE, -6, {"a\0"s}, "a\0 \0 \0\n\0"s},
+      {__LINE__, L16, ANY, CC_SINGLE, -5, {"a\0"s}, "a\0 \0\n\0"s},
+      {__LINE__, B32, ANY, CC_SINGLE, -8, {"\0\0\0a"s}, "\0\0\0a\0\0\0 \0\0\0\n"s},
+      {__LINE__, L16, ANY, CC_SINGLE, 3, {"a\0b\0"s}, "a\0\n\0"s},
+      {__LINE__, L16, ANY, CC_SINGLE, 80, {"a\0b"s}, "a\0\n\0"s},
+  };
+  // clang-format on
+  for (Case const& c : cases) {
+    for (int size : blockSizes()) {
+      SCOPED_TRACE("line " + std::to_string(c.line) + ", bufferSize " + std::to_string(size));
+      Options options = vOptions(RecordFile::WRITE, c.termstr, size);
+      options.lrecl = c.lrecl < 0 ? -c.lrecl : c.lrecl;
+      options.padToLrecl = c.lrecl < 0;
+      EXPECT_EQ(c.bytes, writeRecords(c.records, options, c.control, c.make));
+    }
+  }
+}
+
+// A CRLF text file converted to LF line ends and back, byte for byte; the oracle drops each CR of a
+// CR LF pair.
+TEST(RecfmV, CrlfSampleToLfAndBackIsByteForByte) {
+  std::ifstream in(std::string(VYK_SOURCE_DIR) + "/tests/records/data/sample-crlf.txt", std::ios::binary);
+  std::string const crlf{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+  std::string lf = crlf;
+  for (size_t at = lf.find("\r\n"); at != std::string::npos; at = lf.find("\r\n", at)) lf.erase(at, 1);
+  ASSERT_NE(crlf, lf);
+  auto convert = [](std::string const& bytes, int from, int to, int size) {
+    return writeRecords(readBytes(bytes, vOptions(RecordFile::READ, from, size)),
+                        vOptions(RecordFile::WRITE, to, size));
+  };
+  for (int size : blockSizes()) {
+    SCOPED_TRACE(size);
+    EXPECT_EQ(lf, convert(crlf, CRLF, LF, size));
+    EXPECT_EQ(lf, convert(crlf, ANY, LF, size));
+    EXPECT_EQ(crlf, convert(lf, LF, CRLF, size));
+    EXPECT_EQ(crlf, convert(lf, ANY, CRLF, size));
+  }
+}
+
+TEST(RecordFormat, FlagsSpaceEstimateAndRecordLengthChanges) {
+  struct Case {
+    BaseRecordFile::Recfm recfm;
+    char const* name;
+    bool fixed, stream, print;
+    int noteLength;
+    bool changesLength;
+    unsigned long space;  // for 10 bytes and CC_TRIPLE: fixed width takes 3 lines of the default lrecl
+  };
+  Case const cases[] = {
+      {BaseRecordFile::RECFM_V, "V", false, false, false, 8, true, 11},
+      {BaseRecordFile::RECFM_P, "V", false, false, true, 8, true, 11},
+      {BaseRecordFile::RECFM_F, "F", true, false, false, 8, false, 98301},
+      {BaseRecordFile::RECFM_N, "N", false, true, false, 8, false, 11},
+      {BaseRecordFile::RECFM_S, "S", false, true, false, 8, false, 11},
+      {BaseRecordFile::RECFM_S370VB, "S370VB", false, false, false, 0, false, 11},
+      {BaseRecordFile::RECFM_S370VSSTREAM, "S370VS", false, false, false, 0, false, 11},
+  };
+  for (Case const& c : cases) {
+    SCOPED_TRACE(c.recfm);
+    MemoryRecordFile file("", optionsFor(RecordFile::WRITE, c.recfm, ANY, 8192, 10));
+    EXPECT_STREQ(c.name, file.format()->name());
+    EXPECT_EQ(c.fixed, file.isFixedWidth());
+    EXPECT_EQ(c.stream, file.hasStreamSemantics());
+    EXPECT_EQ(c.print, file.isPrintRecordFormat());
+    EXPECT_EQ(c.noteLength, file.note_length());
+    EXPECT_EQ(c.space, file.estimateSpaceUsed(10, CC_TRIPLE));
+    EXPECT_EQ(c.changesLength, file.attemptToChangeRecordLength(-3));
+    EXPECT_EQ(c.changesLength ? -3 : 10, file.getRecordLength());
+  }
 }
 
 // Records ending near the 16-byte steps in which long lines are searched and copied.
@@ -280,184 +311,6 @@ TEST(RecfmV, RandomFilesReadAsTheRulesSayAtAnyBlockAndBufferSize) {
       }
     }
   }
-}
-
-struct WriteCase {
-  int line;
-  int termstr;
-  CarriageControlType control;
-  int lrecl;
-  bool pad;
-  Records records;
-  std::string bytes;
-};
-
-void checkWritesAtEveryBlockSize(WriteCase const& c, MakeFormat make) {
-  for (int size : blockSizes()) {
-    SCOPED_TRACE("line " + std::to_string(c.line) + ", bufferSize " + std::to_string(size));
-    Options options = optionsFor(RecordFile::WRITE, BaseRecordFile::RECFM_V, c.termstr, size);
-    options.lrecl = c.lrecl;
-    options.padToLrecl = c.pad;
-    EXPECT_EQ(c.bytes, writeRecords(c.records, options, c.control, make));
-  }
-}
-
-TEST(RecfmV, RecordsWrittenIntoExactBytes) {
-  WriteCase const cases[] = {
-      {__LINE__, NUL, CC_SINGLE, 80, false, {"a", "", "bc"}, "a\0\0bc\0"s},
-      {__LINE__, CR, CC_SINGLE, 80, false, {"a", "", "bc"}, "a\r\rbc\r"},
-      {__LINE__, LF, CC_SINGLE, 80, false, {"a", "", "bc"}, "a\n\nbc\n"},
-      {__LINE__, CRLF, CC_SINGLE, 80, false, {"a", "", "bc"}, "a\r\n\r\nbc\r\n"},
-      {__LINE__, ANY, CC_SINGLE, 80, false, {"a", "", "bc"}, "a\n\nbc\n"},
-      {__LINE__, NONE, CC_SINGLE, 80, false, {"a", "", "bc"}, "abc"},
-      {__LINE__, ANY, CC_NEW_PAGE, 80, false, {"x"}, "\fx\n"},
-      {__LINE__, ANY, CC_DOUBLE, 80, false, {"x"}, "\nx\n"},
-      {__LINE__, ANY, CC_TRIPLE, 80, false, {"x"}, "\n\nx\n"},
-      {__LINE__, ANY, CC_OVERPRINT, 80, false, {"x"}, "x\n"},
-      {__LINE__, CRLF, CC_TRIPLE, 80, false, {"x"}, "\r\n\r\nx\r\n"},
-      {__LINE__, ANY, CC_SINGLE, 3, false, {"abcde"}, "abc\n"},
-      {__LINE__, ANY, CC_SINGLE, 4, true, {"ab", "abcdef", ""}, "ab  \nabcd\n    \n"},
-      {__LINE__, ANY, CC_SINGLE, 0, true, {"ab"}, "\n"},
-  };
-  for (WriteCase const& c : cases) checkWritesAtEveryBlockSize(c, nullptr);
-}
-
-TEST(RecfmV, WideUnitsWrittenInTheFilesByteOrder) {
-  MakeFormat const le16 = makeV<unsigned short, recfm::ByteOrderLE>;
-  MakeFormat const be16 = makeV<unsigned short, recfm::ByteOrderBE>;
-  MakeFormat const le32 = makeV<unsigned int, recfm::ByteOrderLE>;
-  MakeFormat const be32 = makeV<unsigned int, recfm::ByteOrderBE>;
-  struct Case {
-    MakeFormat make;
-    WriteCase write;
-  };
-  Case const cases[] = {
-      {le16, {__LINE__, ANY, CC_SINGLE, 80, false, {"a\0"s}, "a\0\n\0"s}},
-      {be16, {__LINE__, CRLF, CC_SINGLE, 80, false, {"\0a"s}, "\0a\0\r\0\n"s}},
-      {be16, {__LINE__, ANY, CC_NEW_PAGE, 80, false, {"\0a"s}, "\0\f\0a\0\n"s}},
-      {le16, {__LINE__, NUL, CC_DOUBLE, 80, false, {"a\0"s}, "\0\0a\0\0\0"s}},
-      {le32, {__LINE__, ANY, CC_SINGLE, 80, false, {"a\0\0\0"s}, "a\0\0\0\n\0\0\0"s}},
-      {be32, {__LINE__, CR, CC_SINGLE, 80, false, {""}, "\0\0\0\r"s}},
-      // Padding: blank units up to lrecl bytes; a remainder smaller than a unit stays out.
-      {le16, {__LINE__, ANY, CC_SINGLE, 6, true, {"a\0"s}, "a\0 \0 \0\n\0"s}},
-      {le16, {__LINE__, ANY, CC_SINGLE, 5, true, {"a\0"s}, "a\0 \0\n\0"s}},
-      {be32, {__LINE__, ANY, CC_SINGLE, 8, true, {"\0\0\0a"s}, "\0\0\0a\0\0\0 \0\0\0\n"s}},
-      // Cutting keeps whole units: lrecl 3 holds one 2-byte unit, and a half unit is left out.
-      {le16, {__LINE__, ANY, CC_SINGLE, 3, false, {"a\0b\0"s}, "a\0\n\0"s}},
-      {le16, {__LINE__, ANY, CC_SINGLE, 80, false, {"a\0b"s}, "a\0\n\0"s}},
-  };
-  for (Case const& c : cases) checkWritesAtEveryBlockSize(c.write, c.make);
-}
-
-TEST(RecfmV, WriteAfterReadReplacesTheRecordReadInUpdateMode) {
-  struct Case {
-    int line;
-    std::string initial;
-    int readsFirst;
-    std::string replacement;
-    std::string after;
-    std::string nextRecord;  // what the read after the write returns; "<end>" for the end
-  };
-  Case const cases[] = {
-      {__LINE__, "aaa\nbbb\nccc\n", 1, "XXX", "XXX\nbbb\nccc\n", "bbb"},
-      {__LINE__, "aaa\nbbb\nccc\n", 2, "YYY", "aaa\nYYY\nccc\n", "ccc"},
-      {__LINE__, "aaa\nbbb\nccc\n", 3, "ZZZ", "aaa\nbbb\nZZZ\n", "<end>"},
-      // A longer record overwrites what follows; a shorter one leaves old bytes in place.
-      {__LINE__, "aaa\nbbb\nccc\n", 1, "XXXXX", "XXXXX\nb\nccc\n", "b"},
-      {__LINE__, "aaa\nbbb\nccc\n", 1, "X", "X\na\nbbb\nccc\n", "a"},
-      {__LINE__, "aaa\r\nbbb\r\n", 1, "XXX", "XXX\n\nbbb\r\n", ""},
-  };
-  for (Case const& c : cases) {
-    for (int size : blockSizes()) {
-      SCOPED_TRACE("line " + std::to_string(c.line) + ", bufferSize " + std::to_string(size));
-      MemoryRecordFile file(c.initial, optionsFor(RecordFile::UPDATE, BaseRecordFile::RECFM_V, ANY, size));
-      char buffer[16];
-      int eof = 0;
-      for (int i = 0; i < c.readsFirst; ++i) ASSERT_GE(file.read(buffer, 16, &eof), 0);
-      file.write(c.replacement.data(), static_cast<int>(c.replacement.size()), CC_SINGLE);
-      int n = file.read(buffer, 16, &eof);
-      EXPECT_EQ(c.nextRecord, eof ? std::string("<end>") : std::string(buffer, static_cast<size_t>(n)));
-      file.flush();
-      EXPECT_EQ(c.after, file.bytes);
-    }
-  }
-}
-
-TEST(RecfmV, NotesLeadBackToTheStartOfEachRecord) {
-  std::string const bytes = "ab\ncd\r\n\ref\n\n";
-  Records const records = {"ab", "cd", "\ref", ""};
-  long long const starts[] = {0, 3, 7, 11};
-  for (int size : blockSizes()) {
-    SCOPED_TRACE(size);
-    MemoryRecordFile file(bytes, optionsFor(RecordFile::READ, BaseRecordFile::RECFM_V, ANY, size));
-    ASSERT_EQ(8, file.note_length());
-    long long note = -5;
-    EXPECT_FALSE(file.tell(&note));
-    std::vector<long long> notes;
-    char buffer[8];
-    int eof = 0;
-    for (size_t i = 0; i < records.size(); ++i) {
-      int n = file.read(buffer, 8, &eof);
-      ASSERT_EQ(records[i], std::string(buffer, static_cast<size_t>(n)));
-      ASSERT_TRUE(file.tell(&note));
-      EXPECT_EQ(starts[i], note);
-      notes.push_back(note);
-    }
-    EXPECT_EQ(-1, file.read(buffer, 8, &eof));
-    // Back to each note, in reverse order, after the end of the input.
-    for (size_t i = records.size(); i-- > 0;) {
-      ASSERT_TRUE(file.seek(&notes[i]));
-      int n = file.read(buffer, 8, &eof);
-      EXPECT_EQ(records[i], std::string(buffer, static_cast<size_t>(n > 0 ? n : 0)));
-    }
-  }
-}
-
-TEST(RecfmV, FormatFlagsAndRecordLengthChanges) {
-  struct Case {
-    BaseRecordFile::Recfm recfm;
-    char const* name;
-    bool fixed, stream, print, changesLength;
-  };
-  Case const cases[] = {
-      {BaseRecordFile::RECFM_V, "V", false, false, false, true},
-      {BaseRecordFile::RECFM_P, "V", false, false, true, true},
-      {BaseRecordFile::RECFM_F, "F", true, false, false, false},
-      {BaseRecordFile::RECFM_N, "N", false, true, false, false},
-      {BaseRecordFile::RECFM_S, "S", false, true, false, false},
-  };
-  for (Case const& c : cases) {
-    SCOPED_TRACE(c.recfm);
-    Options options = optionsFor(RecordFile::WRITE, c.recfm);
-    options.lrecl = 10;
-    MemoryRecordFile file("", options);
-    EXPECT_STREQ(c.name, file.format()->name());
-    EXPECT_EQ(c.fixed, file.isFixedWidth());
-    EXPECT_EQ(c.stream, file.hasStreamSemantics());
-    EXPECT_EQ(c.print, file.isPrintRecordFormat());
-    EXPECT_EQ(8, file.note_length());
-    EXPECT_EQ(c.changesLength, file.attemptToChangeRecordLength(-3));
-    EXPECT_EQ(c.changesLength ? -3 : 10, file.getRecordLength());
-  }
-}
-
-TEST(RecfmV, PrintFormatWritesCarriageControlsAndReadsLikeV) {
-  Options options = optionsFor(RecordFile::WRITE, BaseRecordFile::RECFM_P, CRLF, 2);
-  MemoryRecordFile out("", options);
-  struct Line {
-    char const* text;
-    CarriageControlType control;
-  };
-  Line const lines[] = {{"title", CC_NEW_PAGE},
-                        {"one", CC_SINGLE},
-                        {"two", CC_DOUBLE},
-                        {"three", CC_TRIPLE},
-                        {"over", CC_OVERPRINT}};
-  for (Line const& l : lines) out.write(l.text, static_cast<int>(std::string(l.text).size()), l.control);
-  out.flush();
-  EXPECT_EQ("\ftitle\r\none\r\n\r\ntwo\r\n\r\n\r\nthree\r\nover\r\n", out.bytes);
-  EXPECT_EQ((Records{"\ftitle", "one", "", "two", "", "", "three", "over"}),
-            readBytes(out.bytes, optionsFor(RecordFile::READ, BaseRecordFile::RECFM_P, CRLF, 3)));
 }
 
 }  // namespace
