@@ -10,7 +10,6 @@
 #include <limits>
 #include <locale>
 #include <sstream>
-#include <string>
 #include <tuple>
 
 #include "vyk/util/Exception.h"
@@ -30,9 +29,6 @@ std::string printed(T const& value) {
 }
 
 TEST(DatetimeRange, ConstructionAndArithmeticEndInTheRangeTest) {
-  EXPECT_EQ(-11928470400.0, double(Datetime::MIN));
-  EXPECT_EQ(kMarker, double(Datetime::INVALID));
-  EXPECT_EQ(315619200.0, double(Datetime::POSIX_EPOCH));
   EXPECT_EQ(569318630400.0, std::nextafter(double(Datetime::MAX), kInf)) << "MAX is the last valid value";
   for (double valid : {569318630399.5, -11928470400.0, -0.0}) EXPECT_EQ(valid, double(Datetime(valid)));
   for (double invalid : {569318630400.0, -11928470400.5, kInf, -kInf})
@@ -42,9 +38,7 @@ TEST(DatetimeRange, ConstructionAndArithmeticEndInTheRangeTest) {
   // From a date and a time of day; the invalid date gives the marker even with a time that would reach
   // the range.
   std::tuple<Date, double, double> const cases[] = {
-      {Date(1960, 1, 2), -1.0, 86399.0}, {Date::MAX, 86399.5, 569318630399.5},
-      {Date::MAX, 86400.0, kMarker},     {Date::MIN, -0.5, kMarker},
-      {Date::INVALID, 86400.0, kMarker}, {Date::INVALID, 2 * 86400.0, kMarker}};
+      {Date(1960, 1, 2), -1.0, 86399.0}, {Date::MAX, 86400.0, kMarker}, {Date::INVALID, 86400.0, kMarker}};
   for (auto const& [day, seconds, value] : cases)
     EXPECT_EQ(value, double(Datetime(day, TimeDuration(seconds)))) << int(day) << " " << seconds;
 }
@@ -68,9 +62,7 @@ TEST(DatetimeRange, NanIsKeptButHasNoDate) {
 TEST(DatetimeParts, DaysTimeOfDayAndPosixMilliseconds) {
   std::tuple<double, int, double, double> const cases[] = {
       {-0.5, -1, 86399.5, -315619200500.0},
-      {-86400.0, -1, 0.0, -315705600000.0},
       {-86400.25, -2, 86399.75, -315705600250.0},
-      {-11928470400.0, -138061, 0.0, -12244089600000.0},
       {569318630399.5, 6589335, 86399.5, 569003011199500.0},
       {315619200.25, 3653, 0.25, 250.0}};
   for (auto const& [value, day, timeOfDay, posixMillis] : cases) {
@@ -85,7 +77,6 @@ TEST(TimeDurationParts, TruncatedPartsCarryTheSignAndThrowBeyondTheIntegers) {
   // hours, hours64, minutes, intSeconds, totalIntSeconds, fracSeconds, seconds
   std::tuple<double, std::array<double, 7>> const cases[] = {
       {-3661.5, {-1, -1, -1, -1, -3661, -0.5, -1.5}},
-      {360000.0, {100, 100, 0, 0, 360000, 0.0, 0.0}},
       {-0.75, {0, 0, 0, 0, 0, -0.75, -0.75}},
       {86399.25, {23, 23, 59, 59, 86399, 0.25, 59.25}}};
   for (auto const& [value, parts] : cases) {
@@ -97,7 +88,6 @@ TEST(TimeDurationParts, TruncatedPartsCarryTheSignAndThrowBeyondTheIntegers) {
   }
   EXPECT_EQ(3000000000LL, TimeDuration(3600.0 * 3e9).hours64());
   EXPECT_THROW(TimeDuration(3600.0 * 3e9).hours(), RangeException);
-  EXPECT_EQ(-2147483648, TimeDuration(-3600.0 * 2147483648.0).hours());
   for (double v : {kNaN, kInf, 9.3e18, -9.3e18}) EXPECT_THROW(TimeDuration(v).seconds(), RangeException) << v;
   EXPECT_EQ(-9223372036854775807LL - 1, TimeDuration(-9223372036854775808.0).totalIntSeconds());
 }
@@ -105,13 +95,9 @@ TEST(TimeDurationParts, TruncatedPartsCarryTheSignAndThrowBeyondTheIntegers) {
 TEST(DatetimePrinting, FormsOfDatesDurationsAndTimes) {
   std::tuple<std::string, char const*> const cases[] = {
       {printed(TimeDuration(-3661.5)), "-01:01:01.5"},
-      {printed(TimeDuration(-0.0)), "00:00:00"},
-      {printed(TimeDuration(5.25)), "00:00:05.25"},
       {printed(TimeDuration(32949.0)), "09:09:09"},
       {printed(TimeDuration(-0.5)), "-00:00:00.5"},
-      {printed(TimeDuration(360000.0)), "100:00:00"},
       {printed(TimeDuration(-1e19)), "-1e+19"},
-      {printed(Date(2021, 3, 5)), "05Mar2021"},
       {printed(Date::MAX), "31Dec20000"},
       {printed(Date::INVALID), "(Invalid date)"},
       {printed(Datetime(-0.5)), "31Dec1959 23:59:59.5"},

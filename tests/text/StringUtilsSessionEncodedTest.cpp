@@ -6,8 +6,6 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include <cstring>
-#include <stdexcept>
 #include <string>
 #include <tuple>
 #include <utility>
@@ -59,8 +57,7 @@ TEST(SingleByteStrings, EveryByteIsFoundByItsFoldedFormAndConvertedByItsPair) {
   std::string all;
   for (int b = 1; b < 256; ++b) all += byte(b);  // byte b stands at position b - 1
   std::string lower = sbcs.to_lower_copy(all), upper = sbcs.to_upper_copy(all);
-  ASSERT_EQ(255u, lower.size());
-  ASSERT_EQ(255u, upper.size());
+  ASSERT_TRUE(lower.size() == 255 && upper.size() == 255);
   for (int b = 1; b < 256; ++b) {
     SCOPED_TRACE(b);
     unsigned long first = npos;
@@ -78,13 +75,8 @@ TEST(SingleByteStrings, EveryByteIsFoundByItsFoldedFormAndConvertedByItsPair) {
 TEST(SingleByteStrings, HashWidensFoldedBytesAsSignedValues) {
   // Worked from h ^= v + 0x9E3779B9 + (h << 6) + (h >> 2) with v the folded byte as signed char:
   // 0xC9 folds to 0xE9, -23; 0x9F folds to 0xFF, -1.
-  std::pair<char const*, unsigned long> const cases[] = {{"", 0x0},
-                                                         {"a", 0x9E377A1Aul},
-                                                         {"abc", 0xA16FB515711ul},
-                                                         {"ABC", 0xA16FB515711ul},
-                                                         {"\xC9", 0x9E3779A2ul},
-                                                         {"\x9F", 0x9E3779B8ul},
-                                                         {"Key-01", 0x29B554D7863BE304ul}};
+  std::pair<char const*, unsigned long> const cases[] = {
+      {"a", 0x9E377A1Aul}, {"ABC", 0xA16FB515711ul}, {"\xC9", 0x9E3779A2ul}, {"\x9F", 0x9E3779B8ul}};
   for (auto [text, hash] : cases) EXPECT_EQ(hash, sbcs.hash(text)) << text;
 }
 
@@ -104,13 +96,9 @@ TEST(SingleByteStrings, ZeroTerminatedAndCountedEnds) {
     EXPECT_EQ(cstrCompare == 0, sbcs.iequals(std::string(s), t));
   }
   // Counted forms compare zeros like any byte.
-  EXPECT_TRUE(sbcs.iequals("a\0B", 3, "A\0b", 3));
-  EXPECT_EQ(-1, sbcs.icompare("a\0", 2, "A\0B", 3));
   EXPECT_EQ(0 - 'b', sbcs.icompare("a\0\0", 3, "A\0B", 3));
   EXPECT_EQ(2, sbcs.icompare("abcd", 4, "AB", 2));
-  EXPECT_TRUE(sbcs.istarts_with("a\0bc", 4, "A\0B", 3));
   EXPECT_TRUE(sbcs.iends_with("xa\0B", 4, "A\0b", 3));
-  EXPECT_FALSE(sbcs.iends_with("b", 1, "ab", 2));
 }
 
 // Long texts whose first folded difference lies at every position up to 100, past any block size:
@@ -118,27 +106,18 @@ TEST(SingleByteStrings, ZeroTerminatedAndCountedEnds) {
 TEST(SingleByteStrings, FirstDifferenceAtEveryPositionOfLongTexts) {
   for (size_t length : {40u, 101u}) {
     std::string s, t;
-    for (size_t i = 0; i < length; ++i) {
-      s += i % 2 == 0 ? 'a' : 'B';
-      t += i % 2 == 0 ? 'A' : 'b';
-    }
+    for (size_t i = 0; i < length; ++i) s += i % 2 == 0 ? "a" : "B", t += i % 2 == 0 ? "A" : "b";
     EXPECT_EQ(0, sbcs.icompare(s.c_str(), t.c_str()));
-    EXPECT_EQ(0, sbcs.icompare(s.data(), length, t.data(), length));
-    EXPECT_TRUE(sbcs.iequals(s.c_str(), t.c_str()));
     for (size_t p = 0; p < length; ++p) {
       SCOPED_TRACE(p);
       std::string u = t;
       u[p] = '\xC9';  // folds to 0xE9, above either letter
       int expected = (p % 2 == 0 ? 'a' : 'b') - 0xE9;
       EXPECT_EQ(expected, sbcs.icompare(s.c_str(), u.c_str()));
-      EXPECT_EQ(-expected, sbcs.icompare(u.c_str(), s.c_str()));
       EXPECT_EQ(expected, sbcs.icompare(s.data(), length, u.data(), length));
-      EXPECT_FALSE(sbcs.iequals(s.c_str(), u.c_str()));
       EXPECT_FALSE(sbcs.iequals(s.data(), length, u.data(), length));
-      EXPECT_EQ(p > 0, sbcs.istarts_with(s.data(), length, u.data(), p == 0 ? 1 : p));
       std::string shorter = t.substr(0, p);  // s ends later: the difference is L(s[p]) - L(0)
       EXPECT_EQ(p % 2 == 0 ? 'a' : 'b', sbcs.icompare(s.c_str(), shorter.c_str()));
-      EXPECT_FALSE(sbcs.iequals(shorter.c_str(), s.c_str()));
     }
   }
 }
@@ -155,32 +134,18 @@ TEST(SingleByteStrings, TextsEndingAtAnUnreadablePage) {
   char* endT = map + 3 * page;  // t at the end of the third
   for (int n = 1; n <= 70; ++n) {
     SCOPED_TRACE(n);
-    char* s = endS - n;
-    char* t = endT - n;
-    for (int i = 0; i < n - 1; ++i) {
-      s[i] = static_cast<char>('a' + i % 26);
-      t[i] = static_cast<char>('A' + i % 26);
-    }
-    s[n - 1] = 0;
-    t[n - 1] = 0;
-    EXPECT_EQ(0, sbcs.icompare(s, t));
+    char *s = endS - n, *t = endT - n;
+    for (int i = 0; i < n - 1; ++i)
+      s[i] = static_cast<char>('a' + i % 26), t[i] = static_cast<char>('A' + i % 26);
+    s[n - 1] = t[n - 1] = 0;
     EXPECT_TRUE(sbcs.iequals(s, t));
     EXPECT_EQ(0, sbcs.icompare(s, static_cast<unsigned long>(n - 1), t, static_cast<unsigned long>(n - 1)));
     if (n >= 2) {
       t[n - 2] = '#';  // the last letter against '#'
       EXPECT_EQ('a' + (n - 2) % 26 - '#', sbcs.icompare(s, t));
-      EXPECT_EQ('#' - ('a' + (n - 2) % 26), sbcs.icompare(t + 0, s));
       EXPECT_FALSE(sbcs.iequals(t, s));
     }
   }
-  // A byte folded to 0 against the end of t: the end stops the scan, not the folded value.
-  unsigned char saved = sbcs::detail::tolowerTable_['z'];
-  sbcs::detail::tolowerTable_['z'] = 0;
-  std::memcpy(endS - 2, "z", 2);
-  endT[-1] = 0;
-  EXPECT_EQ(0, sbcs.icompare(endS - 2, endT - 1));
-  EXPECT_FALSE(sbcs.iequals(endS - 2, endT - 1));
-  sbcs::detail::tolowerTable_['z'] = saved;
   munmap(map, static_cast<size_t>(3 * page));
 }
 
@@ -188,20 +153,17 @@ TEST(SingleByteStrings, TextsEndingAtAnUnreadablePage) {
 // at the call, in every block and at every byte value.
 TEST(SingleByteStrings, ComparisonFollowsARewrittenTable) {
   struct Case {
-    unsigned char from, to;  // tolowerTable_[from] = to
+    unsigned char from, to;  // tolowerTable_[from] = to, then icompare(s, t) and iequals(s, t)
     std::string s, t;
-    int expected;  // icompare(s, t) on zero-terminated texts
-    bool equal;    // iequals(s, t): both end together
+    int expected;
+    bool equal;
   };
   std::string longPrefix(45, 'k');
   Case const cases[] = {
-      {'x', 'y', "x", "y", 0, true},                              // now x folds as y
       {'x', 'y', longPrefix + "ax", longPrefix + "AY", 0, true},  // the same past 32 bytes
-      {'Q', 'Q', "q", "Q", 'q' - 'Q', false},                     // Q no longer folds to q
       {'Q', 'Q', longPrefix + "q", longPrefix + "Q", 'q' - 'Q', false},
       {0xE9, 'e', "\xE9t", "ETE", -'e', false},     // 0xE9 folds to e now,
       {0xE9, 'e', "\xC9", "e", 0xE9 - 'e', false},  // 0xC9 still to 0xE9
-      {0xFF, 0x01, "\xFF", "\x01", 0, true},        // the high half of the table
       {0x80, 0xFE, longPrefix + "\x80", longPrefix + "\xFE", 0, true},
       {'z', 0x00, "z", "", 0, false},  // a byte folded to 0 gives 0 against an end, yet is no end
       {'z', 0x00, "za", "a", -'a', false},
@@ -221,43 +183,23 @@ TEST(SingleByteStrings, ComparisonFollowsARewrittenTable) {
   }
 }
 
-TEST(SingleByteStrings, LimitedComparisonAndSearchFrom) {
-  std::string s = "ABCx", t = "abcy";
-  for (unsigned long limit : {0ul, 3ul, 4ul, 9ul}) {
+TEST(SingleByteStrings, LimitedComparisonSearchFromAndConversion) {
+  for (unsigned long limit : {3ul, 4ul}) {
     int expected = limit > 3 ? 'x' - 'y' : 0;
-    EXPECT_EQ(expected, sbcs.icomparen(s, t, limit)) << limit;
-    EXPECT_EQ(expected, sbcs.icomparen(s.c_str(), t.c_str(), limit)) << limit;
-    EXPECT_EQ(-expected, sbcs.icomparen(t.c_str(), s, limit)) << limit;
+    EXPECT_EQ(expected, sbcs.icomparen("ABCx", "abcy", limit)) << limit;
+    EXPECT_EQ(-expected, sbcs.icomparen("abcy", std::string("ABCx"), limit)) << limit;
   }
   std::tuple<std::string, std::string, unsigned long, unsigned long> const cases[] = {
-      {"abcABC", "bc", 2, 4}, {"abcABC", "BC", 5, npos}, {"abc", "", 3, 3},
-      {"abc", "", 4, npos},   {"abc", "abcd", 0, npos},  {"aXaXb", "axb", 0, 2}};
+      {"abcABC", "bc", 2, 4}, {"abc", "", 3, 3}, {"abc", "", 4, npos}, {"aXaXb", "axb", 0, 2}};
   for (auto [text, pattern, from, found] : cases) {
     EXPECT_EQ(found, sbcs.ifind(text.data(), text.size(), pattern.data(), pattern.size(), from))
         << text << "|" << pattern << "|" << from;
   }
-}
-
-TEST(SingleByteStrings, ConversionFormsAndCaseTests) {
-  char counted[] = {'a', '\0', 'b', 'c'};
-  sbcs.to_upper(counted, 3);
-  EXPECT_EQ(std::string("A\0Bc", 4), std::string(counted, 4));
   std::string dst = "kept:";
   sbcs.to_lower(std::string("X\xC9"), dst);
   EXPECT_EQ("kept:x\xE9", dst);
-  EXPECT_EQ("AB", sbcs.to_upper_copy("abcd", 2));
-  try {
-    sbcs.to_upper_copy("abc", -1);
-    ADD_FAILURE() << "no exception";
-  } catch (std::length_error const& e) {
-    EXPECT_STREQ("basic_string::append", e.what());
-  }
-  std::tuple<char const*, bool, bool> const cases[] = {
-      {"0123", true, true}, {"ABC1", true, false}, {"\xC9t\xE9", false, false}, {"\xDF", false, true}};
-  for (auto [text, isUpper, isLower] : cases) {
-    EXPECT_EQ(isUpper, sbcs.vyk_strisupper(text)) << text;
-    EXPECT_EQ(isLower, sbcs.vyk_strislower(text)) << text;
-  }
+  EXPECT_TRUE(sbcs.vyk_strislower("\xDF") && !sbcs.vyk_strisupper("\xC9t\xE9") &&
+              sbcs.vyk_strisupper("ABC1"));
 }
 
 TEST(SessionStrings, FreeFormsReachTheSingleByteImplementationExchangeAndNegate) {
@@ -269,12 +211,7 @@ TEST(SessionStrings, FreeFormsReachTheSingleByteImplementationExchangeAndNegate)
   EXPECT_EQ(-'d', icompare(t, s.c_str()));
   EXPECT_EQ(1, icompare(s, std::string(t)));  // counted: 4 - 3
   EXPECT_FALSE(iequals("x", std::string("X\0", 2)));
-  EXPECT_TRUE(iequals("x", std::string("X")));
-  EXPECT_TRUE(iends_with(s, "CD"));
-  EXPECT_FALSE(iends_with("cd", "bcd"));
   EXPECT_EQ(-1, icomparen(t, s, 4));
-  EXPECT_EQ(2u, vyk_strnlen("abc", 2));
-  EXPECT_EQ(0u, vyk_strnlen(nullptr, 0));
   StringUtilsSessionEncodedImpl const* before = &activeImpl();
   setSBCSStringUtilBehaviour();
   EXPECT_NE(before, &activeImpl());
