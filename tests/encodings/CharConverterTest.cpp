@@ -22,16 +22,11 @@ class StoppingConverter : public SingleByteCharConverter {
   void convert(char const** source, char const* sourceEnd, char** target, char const* targetEnd, bool, bool,
                ErrorCode& code, bool) const override {
     code = Ok;
-    while (*source != sourceEnd) {
-      if (**source == '!' || **source == '?') {
-        code = **source == '!' ? Invalid : Unmappable;
+    for (; *source != sourceEnd; *(*target)++ = *(*source)++) {
+      if (**source == '!' || **source == '?' || *target == targetEnd) {
+        code = **source == '!' ? Invalid : **source == '?' ? Unmappable : Overflow;
         return;
       }
-      if (*target == targetEnd) {
-        code = Overflow;
-        return;
-      }
-      *(*target)++ = *(*source)++;
     }
   }
 };
@@ -56,6 +51,7 @@ class RecordingHandler : public CharConverter::ErrorHandler {
 };
 
 enum Wrapper { CONVERT, PAD, PAD_OR_TRUNC, TRUNC };
+typedef unsigned long (CharConverter::*Counted)(char const*, unsigned long, char*, unsigned long) const;
 
 TEST(CharConverter, WrappersDispatchCodesAndPadAfterTheHandler) {
   struct Case {
@@ -91,20 +87,14 @@ TEST(CharConverter, WrappersDispatchCodesAndPadAfterTheHandler) {
     std::vector<char> dst(c.dstLen, '.');
     long result = -1;
     try {
-      switch (c.wrapper) {
-        case CONVERT:
-          result = static_cast<long>(converter.convert(source.data(), source.size(), dst.data(), dst.size()));
-          break;
-        case PAD:
-          converter.convertAndPad(source.data(), source.size(), dst.data(), dst.size(), '#');
-          break;
-        case PAD_OR_TRUNC:
-          converter.convertAndPadOrTrunc(source.data(), source.size(), dst.data(), dst.size(), '#');
-          break;
-        case TRUNC:
-          result = static_cast<long>(
-              converter.convertAndTrunc(source.data(), source.size(), dst.data(), dst.size()));
-          break;
+      if (c.wrapper == PAD || c.wrapper == PAD_OR_TRUNC) {
+        (converter.*
+         (c.wrapper == PAD ? &CharConverter::convertAndPad : &CharConverter::convertAndPadOrTrunc))(
+            source.data(), source.size(), dst.data(), dst.size(), '#');
+      } else {
+        result = static_cast<long>((converter.*(c.wrapper == CONVERT ? Counted(&CharConverter::convert)
+                                                                     : &CharConverter::convertAndTrunc))(
+            source.data(), source.size(), dst.data(), dst.size()));
       }
       EXPECT_FALSE(c.handlerThrows && !handler.calls.empty()) << "the handler's exception was swallowed";
     } catch (HandlerThrew const&) {
