@@ -154,37 +154,18 @@ TEST(UnicodeConverter, TruncRetSrcUseFillsAFixedTargetAndResumes) {
   EXPECT_EQ(2u, used);
 }
 
-// Invalid input under each strategy, both ways; 7 is an unknown strategy and fails.
+// Skipping and substituting on the way in are compared with ICU elsewhere, and substituting on the
+// way out at the block ends below; 7 is an unknown strategy and fails.
 TEST(UnicodeConverter, InvalidStrategies) {
-  struct Case {
-    int strategy;
-    std::string bytes;
-    U16 units;
-    bool throws;
-    bool fromUnits;  // convert units to bytes rather than bytes to units
-  };
-  Case const cases[] = {
-      {UC::INVALID_SUBSTITUTE, "\xE2\x82", {0xFFFD, 0xFFFD}, false, false},  // one per byte passed
-      {UC::INVALID_SKIP, "a\xC0\x80\x62\xFF", {0x61, 0x62}, false, false},
-      {UC::INVALID_FAIL, "ok\x80", {}, true, false},
-      {7, "ok\x80", {}, true, false},
-      {UC::INVALID_SUBSTITUTE, "A\xEF\xBF\xBD", {0x41, 0xDBFF}, false, true},
-      {UC::INVALID_SKIP, "A", {0xD800, 0x41, 0xD800}, false, true},
-      {UC::INVALID_FAIL, "", {0x41, 0xD800}, true, true},
-  };
-  for (Case const& c : cases) {
-    SCOPED_TRACE(&c - cases);
+  for (int strategy : {static_cast<int>(UC::INVALID_FAIL), 7}) {
     IntrusivePointer<UC> utf8 = UC::utf8ToUnicode();
-    utf8->setInvalidStrategy(c.strategy);
-    if (c.throws) {
-      EXPECT_THROW(c.fromUnits ? utf8->fromUnicode(c.units).size() : utf8->toUnicode(c.bytes).size(),
-                   UC::InvalidError);
-    } else if (c.fromUnits) {
-      EXPECT_EQ(c.bytes, utf8->fromUnicode(c.units));
-    } else {
-      EXPECT_EQ(c.units, utf8->toUnicode(c.bytes));
-    }
+    utf8->setInvalidStrategy(strategy);
+    EXPECT_THROW(utf8->toUnicode("ok\x80"), UC::InvalidError) << strategy;
+    EXPECT_THROW(utf8->fromUnicode(U16{0x41, 0xD800}), UC::InvalidError) << strategy;
   }
+  IntrusivePointer<UC> skipping = UC::utf8ToUnicode();
+  skipping->setInvalidStrategy(UC::INVALID_SKIP);
+  EXPECT_EQ("A", skipping->fromUnicode(U16{0xD800, 0x41, 0xD800}));
 }
 
 TEST(UnicodeConverter, UnmappableStrategiesWriteTheirTextInTheTargetEncoding) {
