@@ -45,11 +45,11 @@ Result<unsigned short, char> out(UC& c, U16 const& units, unsigned long room) {
   return call<unsigned short, char>(c, units, room);
 }
 
-// Valid and invalid forms over every code point are compared with ICU elsewhere, and full targets
-// below; these pin where a fault leaves the source and that it is told before a full target.
-TEST(Utf8Converter, FaultsBothWays) {
+// Valid and invalid UTF-8 over every code point is compared with ICU elsewhere, and full targets
+// below; these pin where a fault or a full target leaves the source, in UTF-8 and big-endian UTF-16.
+TEST(UnicodeConverter, FaultsAndRoomBothWays) {
   struct Case {
-    bool decode;
+    bool utf16, decode;
     std::string bytes;
     U16 units;
     unsigned long room;
@@ -57,23 +57,28 @@ TEST(Utf8Converter, FaultsBothWays) {
     long consumed;
   };
   Case const cases[] = {
-      {true, "ab\x80", {0x61, 0x62}, 4, UC::Invalid, 2},
-      {true, "a\xE2\x82", {0x61}, 4, UC::Invalid, 1},                // cut off by the end
-      {true, "\xC0\x80", {}, 0, UC::Invalid, 0},                     // malformed is told before a full target
-      {false, "\xED\xB0\x80", {0xDC00}, 3, UC::Ok, 1},               // a lone low surrogate is written
-      {false, "\xED\xB0\x80", {0xDC00, 0xD800}, 8, UC::Invalid, 1},  // a high one at the end is not
-      {false, "", {0xD800, 0x41}, 8, UC::Invalid, 0},
+      {false, true, "ab\x80", {0x61, 0x62}, 4, UC::Invalid, 2},
+      {false, true, "a\xE2\x82", {0x61}, 4, UC::Invalid, 1},   // cut off by the end
+      {false, true, "\xC0\x80", {}, 0, UC::Invalid, 0},        // malformed is told before a full target
+      {false, false, "\xED\xB0\x80", {0xDC00}, 3, UC::Ok, 1},  // a lone low surrogate is written
+      {false, false, "\xED\xB0\x80", {0xDC00, 0xD800}, 8, UC::Invalid, 1},  // a high one at the end is not
+      {false, false, "", {0xD800, 0x41}, 8, UC::Invalid, 0},
+      {true, true, std::string("\0A\x20", 3), {0x41}, 4, UC::Invalid, 2},   // an odd byte at the end
+      {true, true, std::string("\0A\x20", 3), {0x41}, 1, UC::Overflow, 2},  // room is told before it
+      {true, false, std::string("\0A", 2), {0x41, 0x42}, 3, UC::Overflow, 1},
   };
   Utf8Converter utf8;
+  Utf16Converter<true> utf16;
   for (Case const& c : cases) {
     SCOPED_TRACE(&c - cases);
+    UC& conv = c.utf16 ? static_cast<UC&>(utf16) : utf8;
     if (c.decode) {
-      auto r = in(utf8, c.bytes, c.room);
+      auto r = in(conv, c.bytes, c.room);
       EXPECT_EQ(c.code, r.code);
       EXPECT_EQ(c.consumed, r.consumed);
       EXPECT_EQ(c.units, r.out);
     } else {
-      auto r = out(utf8, c.units, c.room);
+      auto r = out(conv, c.units, c.room);
       EXPECT_EQ(c.code, r.code);
       EXPECT_EQ(c.consumed, r.consumed);
       EXPECT_EQ(c.bytes, r.out);
@@ -342,13 +347,6 @@ TEST(Utf16Converter, BothByteOrders) {
   EXPECT_EQ(beUnits, UC::utf16BEToUnicode()->toUnicode(be));
   EXPECT_EQ(be, UC::utf16BEToUnicode()->fromUnicode(beUnits));
   Utf16Converter<true> big;
-  auto odd = in(big, std::string("\0A\x20", 3), 4);
-  EXPECT_EQ(UC::Invalid, odd.code);
-  EXPECT_EQ(2, odd.consumed);
-  EXPECT_EQ(UC::Overflow, in(big, std::string("\0A\x20", 3), 1).code);  // room before the odd byte
-  auto oneByte = out(big, {0x41, 0x42}, 3);
-  EXPECT_EQ(UC::Overflow, oneByte.code);
-  EXPECT_EQ(std::string("\0A", 2), oneByte.out);
   big.setInvalidStrategy(UC::INVALID_SUBSTITUTE);
   EXPECT_EQ((U16{0x41, 0xFFFD}), big.toUnicode(std::string("\0A\x20", 3)));
 }
