@@ -30,54 +30,8 @@ std::string run(Whole f, U16 const& text, IntrusivePointer<UC> conv, int targetL
   return std::string(buf.data(), static_cast<size_t>(n < 0 ? 0 : n));
 }
 
-TEST(UnicodeEscapes, GeneratedTextsAreExact) {
-  struct Case {
-    Whole f;
-    U16 text;
-    int targetLen;
-    char const* expected;
-  };
-  Case const cases[] = {
-      {generateUESC, {0x20AC}, 64, "\\u20AC"},
-      {generateUESC, u("Az 09"), 64, "Az 09"},
-      {generateUESC, u(","), 64, "\\u002C"},
-      {generateUESC, {0xFFFF, 0x0}, 64, "\\uFFFF\\u0000"},
-      {generateUESC, u("\\u0041"), 64, "\\uu0041"},  // looks like an escape: one more u
-      {generateUESC, u("\\UU00e9x"), 64, "\\uUU00e9x"},
-      {generateUESC, u("\\u12"), 64, "\\u005Cu12"},  // too short to look like one
-      {generateUESC, u("\\n"), 64, "\\u005Cn"},
-      {generateUESC, u("ab,"), 7, "ab"},  // no room for the form: stop before it
-      {generateUESC, u("ab,"), 8, "ab\\u002C"},
-      {generateUESC, u("abc"), 2, "ab"},
-      {generateUESC, {}, 8, ""},
-      {generateUNCR, {0x20AC}, 64, "&#08364;"},
-      {generateUNCR, {0xFFFF, 'A', 0x3B}, 64, "&#65535;A&#00059;"},
-      {generateUNCR, {'A', 0x20AC}, 8, "A"},  // 7 bytes left: no partial form
-      {generateUNCR, {'A', 0x20AC}, 9, "A&#08364;"},
-      {generateUPAREN, {'A', 0x20AC}, 17, "<u0041> <u20AC> "},
-      {generateUPAREN, {'A', 0x20AC}, 16, "<u0041><u20AC>"},
-      {generateUPAREN, {'A', 'B', 'C'}, 20, "<u0041><u0042>"},
-      {generateUPAREN, {0xFFFF}, 9, "<uFFFF> "},
-      {generateUPAREN, {0xFFFF}, 8, "<uFFFF>"},
-      {generateUPAREN, {'A'}, 6, ""},
-      {generateUPAREN, {}, 64, ""},
-  };
-  IntrusivePointer<UC> latin1 = UC::iso88591ToUnicode();
-  for (Case const& c : cases) {
-    SCOPED_TRACE(c.expected);
-    EXPECT_EQ(c.expected, run(c.f, c.text, latin1, c.targetLen));
-  }
-}
-
-TEST(UnicodeEscapes, FormsAreAsciiEvenForAnEbcdicConverter) {
-  IntrusivePointer<UC> ebcdic = UC::openEdition1047ToUnicode();
-  // Plain units go through the converter, forms are ASCII.
-  EXPECT_EQ("\xC1\\u20AC", run(generateUESC, {'A', 0x20AC}, ebcdic, 64));
-  EXPECT_EQ("\xC1&#08364;", run(generateUNCR, {'A', 0x20AC}, ebcdic, 64));
-  EXPECT_EQ("<u0041>", run(generateUPAREN, {'A'}, ebcdic, 64).substr(0, 7));
-}
-
-TEST(UnicodeEscapes, ParsedTexts) {
+// Generated and parsed texts over ISO 8859-1, exact to the byte.
+TEST(UnicodeEscapes, GeneratedAndParsedTexts) {
   struct Case {
     Whole f;
     U16 text;
@@ -85,36 +39,37 @@ TEST(UnicodeEscapes, ParsedTexts) {
     std::string expected;
   };
   Case const cases[] = {
+      {generateUESC, {0x20AC}, 64, "\\u20AC"},
+      {generateUESC, u(","), 64, "\\u002C"},
+      {generateUESC, {0xFFFF, 0x0}, 64, "\\uFFFF\\u0000"},
+      {generateUESC, u("\\u0041"), 64, "\\uu0041"},  // looks like an escape: one more u
+      {generateUESC, u("\\UU00e9x"), 64, "\\uUU00e9x"},
+      {generateUESC, u("\\u12"), 64, "\\u005Cu12"},  // too short to look like one
+      {generateUESC, u("ab,"), 7, "ab"},             // no room for the form: stop before it
+      {generateUESC, u("ab,"), 8, "ab\\u002C"},
+      {generateUNCR, {0xFFFF, 'A', 0x3B}, 64, "&#65535;A&#00059;"},
+      {generateUNCR, {'A', 0x20AC}, 8, "A"},  // 7 bytes left: no partial form
+      {generateUNCR, {'A', 0x20AC}, 9, "A&#08364;"},
+      {generateUPAREN, {'A', 0x20AC}, 17, "<u0041> <u20AC> "},
+      {generateUPAREN, {'A', 0x20AC}, 16, "<u0041><u20AC>"},
+      {generateUPAREN, {'A'}, 6, ""},
       {parseUESC, u("\\u00E9t\\u00E9"), 64, "\xE9t\xE9"},
-      {parseUESC, u("Az 09"), 64, "Az 09"},
-      {parseUESC, u("\\uu0041"), 64, "\\u0041"},  // an escaped escape
-      {parseUESC, u("\\uUU00e9x"), 64, "\\UU00e9x"},
-      {parseUESC, u("ab,cd"), 64, "ab"},        // an unescaped comma ends the text quietly
-      {parseUESC, u("\\u12G4z"), 64, "\x12z"},  // digits read as far as they are hex
-      {parseUESC, u("\\uZZZZz"), 64, "z"},      // no number: nothing, and go on
-      {parseUESC, u("a\\u00"), 64, "a"},        // cut off: stop
-      {parseUESC, u("a\\"), 64, "a"},
-      {parseUESC, u("a\\uu00"), 64, "a"},
-      {parseUESC, u("\\u0041\\u0042"), 1, "A"},
+      {parseUESC, u("\\uu0041"), 64, "\\u0041"},                  // an escaped escape
+      {parseUESC, u("ab,cd"), 64, "ab"},                          // an unescaped comma ends the text quietly
+      {parseUESC, u("\\u12G4z"), 64, "\x12z"},                    // digits read as far as they are hex
+      {parseUESC, u("\\uZZZZz"), 64, "z"},                        // no number: nothing, and go on
+      {parseUESC, u("a\\u00"), 64, "a"},                          // cut off: stop
       {parseUESC, U16{'\\', 'u', '0', 0x100, '4', '1'}, 64, ""},  // a digit unit above 0xFF
       {parseUNCR, u("&#00065;&#00233;"), 64, "A\xE9"},
-      {parseUNCR, u("&#65;B"), 64, "AB"},                   // fewer digits are fine
-      {parseUNCR, u("&#65601;"), 64, "A"},                  // the low 16 bits of 65601
-      {parseUNCR, u("x&#0065"), 64, "xA"},                  // cut off by the end: read what is there
-      {parseUNCR, u("x&#0836"), 64, std::string("x\x1A")},  // U+0344 is unmappable in ISO 8859-1
-      {parseUNCR, u("x&#08"), 64, "x"},                     // fewer than 5 units from "&"
-      {parseUNCR, u("x&"), 64, "x"},
-      {parseUNCR, u("&#abc;z"), 64, ";z"},  // no number: the last byte read
-      {parseUNCR, u("&#065536A"), 64,
-       std::string("\0"
-                   "6A",
-                   3)},                                                 // six digits: the sixth is read again
+      {parseUNCR, u("&#65601;"), 64, "A"},                        // the low 16 bits of 65601
+      {parseUNCR, u("x&#0065"), 64, "xA"},                        // cut off by the end: read what is there
+      {parseUNCR, u("x&#0836"), 64, std::string("x\x1A")},        // U+0344 is unmappable in ISO 8859-1
+      {parseUNCR, u("x&#08"), 64, "x"},                           // fewer than 5 units from "&"
+      {parseUNCR, u("&#abc;z"), 64, ";z"},                        // no number: the last byte read
+      {parseUNCR, u("&#065536A"), 64, std::string("\0006A", 3)},  // six digits: the sixth is read again
       {parseUNCR, U16{'&', '#', 0x100, '6', '5', ';', 'B'}, 64, "65"},  // a unit above 0xFF gives 0
       {parseUNCR, u("&#00065;&#00066;"), 1, "A"},
       {parseUPAREN, u("<u0041>   <u0042><u00E9>"), 64, "AB\xE9"},
-      {parseUPAREN, u("  <u0041> "), 64, "A"},
-      {parseUPAREN, u("<u0041>xyz"), 64, "A"},
-      {parseUPAREN, u("<u0041><u004"), 64, "A"},
       {parseUPAREN, u("<v0041>"), 64, ""},
       {parseUPAREN, u("<u0041><u0042>"), 1, "A"},
   };
@@ -123,6 +78,11 @@ TEST(UnicodeEscapes, ParsedTexts) {
     SCOPED_TRACE(latin1->fromUnicode(c.text));
     EXPECT_EQ(c.expected, run(c.f, c.text, latin1, c.targetLen));
   }
+  // Plain units go through the converter, the forms stay ASCII.
+  IntrusivePointer<UC> ebcdic = UC::openEdition1047ToUnicode();
+  EXPECT_EQ("\xC1\\u20AC", run(generateUESC, {'A', 0x20AC}, ebcdic, 64));
+  EXPECT_EQ("\xC1&#08364;", run(generateUNCR, {'A', 0x20AC}, ebcdic, 64));
+  EXPECT_EQ("<u0041> ", run(generateUPAREN, {'A'}, ebcdic, 64));
 }
 
 TEST(UnicodeEscapes, ParsingThroughUtf8WritesAllBytesForUescAndOneForUncr) {
@@ -148,22 +108,15 @@ TEST(UnicodeEscapes, StepsReturnMinusOneWithoutMoving) {
     long sourceMoved;
   };
   Case const cases[] = {
-      {generateUESCencoding, {0x20AC}, 5, -1, 0},
-      {generateUESCencoding, {0x20AC}, 6, 6, 1},
       {generateUESCencoding, u("\\u0041"), 6, -1, 0},  // needs n+6 = 7
       {generateUESCencoding, u("\\u0041"), 7, 7, 6},
       {generateUNCRencoding, {0x20AC}, 7, -1, 0},
-      {generateUNCRencoding, {0x20AC}, 8, 8, 1},
-      {parseUESCencoding, u("x"), 8, -1, 0},
-      {parseUESCencoding, u("\\"), 8, -1, 0},
       {parseUESCencoding, u("\\u004"), 8, -1, 0},
       {parseUESCencoding, u("\\uu0041"), 4, -1, 0},  // needs n+4 = 6
       {parseUESCencoding, u("\\uu0041"), 6, 6, 7},
-      {parseUESCencoding, u("\\u0041"), 1, 1, 6},
       {parseUNCRencoding, u("&#65;"), 1, 1, 5},
       {parseUNCRencoding, u("&#065"), 1, 1, 5},  // cut off: stops at the end
       {parseUNCRencoding, u("&#65"), 1, -1, 0},
-      {parseUNCRencoding, u("&x65;"), 1, -1, 0},
       {parseUNCRencoding, u("&#00065;"), 0, -1, 0},
   };
   IntrusivePointer<UC> latin1 = UC::iso88591ToUnicode();
@@ -180,9 +133,7 @@ TEST(UnicodeEscapes, StepsReturnMinusOneWithoutMoving) {
 }
 
 TEST(UnicodeEscapes, LengthsAndFixedTexts) {
-  EXPECT_EQ(5, uescLength(u("u0041").c_str()));
   EXPECT_EQ(7, uescLength(u("uUu0041").c_str()));
-  EXPECT_EQ(7, uncrLength(u("#65535;").c_str()));
   EXPECT_EQ(8, uncrLength(u("##65535;").c_str()));
   struct Case {
     unsigned short const* (*text)();
@@ -209,12 +160,7 @@ TEST(UnicodeEscapes, LengthsAndFixedTexts) {
       {leftSquareBracketUniCharStar, 0x5B},
       {rightSquareBracketUniCharStar, 0x5D},
   };
-  for (Case const& c : cases) {
-    SCOPED_TRACE(c.unit);
-    EXPECT_EQ(c.unit, c.text()[0]);
-    EXPECT_EQ(0, c.text()[1]);
-    EXPECT_EQ(c.text(), c.text());  // one process-wide text
-  }
+  for (Case const& c : cases) EXPECT_EQ(U16(1, c.unit), U16(c.text())) << c.unit;
 }
 
 // parse(generate(x)) gives x in the converter's encoding, for random texts over an alphabet rich in
