@@ -97,7 +97,8 @@ TEST(ConverterRecordFormat, OpenChoosesTheClassByFormatAndEncoding) {
     options.conversion = CharConversionSpec(c.client, c.file, c.factory);
     options.bomEncoding = c.bomEncoding;
     MemoryRecordFile file("", options);
-    EXPECT_TRUE(c.is(file.format())) << typeid(*file.format()).name();
+    RecordFormat& format = *file.format();
+    EXPECT_TRUE(c.is(&format)) << typeid(format).name();
     EXPECT_EQ(c.converts ? c.client : nullptr, file.getClientEncoding());
     EXPECT_EQ(c.converts ? c.file : nullptr, file.getFileEncoding());
   }
