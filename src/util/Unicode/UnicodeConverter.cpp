@@ -39,6 +39,17 @@ int asciiUnits(char const* text, unsigned short* units) {
   return n;
 }
 
+// The escape of one unit, printed by format ("\\u%04X", "<u%04X>", "&#%u;") as ASCII units.
+struct EscapeText {
+  EscapeText(char const* format, unsigned short c) {
+    char text[16];  // the longest escape, "&#65535;", has 8 characters
+    std::snprintf(text, sizeof text, format, static_cast<unsigned int>(c));
+    length = asciiUnits(text, units);
+  }
+  unsigned short units[16];
+  int length;
+};
+
 unsigned long zeroTerminatedLength(unsigned short const* text) {
   unsigned long n = 0;
   while (text[n] != 0) ++n;
@@ -133,26 +144,20 @@ UnicodeConverter::ErrorCode UnicodeConverter::substitute(unsigned short, char** 
 
 UnicodeConverter::ErrorCode UnicodeConverter::escapeUesc(unsigned short c, char** target,
                                                          char const* targetEnd) {
-  char text[8];
-  std::snprintf(text, sizeof text, "\\u%04X", static_cast<unsigned int>(c));
-  unsigned short units[8];
-  return writeStrategyText(units, asciiUnits(text, units), target, targetEnd);
+  EscapeText escape("\\u%04X", c);
+  return writeStrategyText(escape.units, escape.length, target, targetEnd);
 }
 
 UnicodeConverter::ErrorCode UnicodeConverter::escapeParen(unsigned short c, char** target,
                                                           char const* targetEnd) {
-  char text[9];
-  std::snprintf(text, sizeof text, "<u%04X>", static_cast<unsigned int>(c));
-  unsigned short units[9];
-  return writeStrategyText(units, asciiUnits(text, units), target, targetEnd);
+  EscapeText escape("<u%04X>", c);
+  return writeStrategyText(escape.units, escape.length, target, targetEnd);
 }
 
 UnicodeConverter::ErrorCode UnicodeConverter::escapeNcr(unsigned short c, char** target,
                                                         char const* targetEnd) {
-  char text[10];
-  std::snprintf(text, sizeof text, "&#%u;", static_cast<unsigned int>(c));
-  unsigned short units[10];
-  return writeStrategyText(units, asciiUnits(text, units), target, targetEnd);
+  EscapeText escape("&#%u;", c);
+  return writeStrategyText(escape.units, escape.length, target, targetEnd);
 }
 
 UnicodeConverter::ErrorCode UnicodeConverter::handleUnmappable(unsigned short c, char** target,
