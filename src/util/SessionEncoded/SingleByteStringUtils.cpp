@@ -123,10 +123,10 @@ inline std::uint64_t lowBits(std::size_t n) {
 
 // As firstStopPortable. While neither text is within 64 bytes of the end of its page, each step
 // reads 64 bytes of both: bytes after a terminator may be read, but never a page that the texts do
-// not reach, so no fault is possible. Nearer a page end it goes byte by byte. AddressSanitizer
-// would report the bytes read after a terminator as read past the end of their object; they take no
-// part in the result, so its checks are off for this function.
-#define VYK_SBCS_UNCHECKED_READS __attribute__((no_sanitize("address")))
+// not reach, so no fault is possible. Nearer a page end it goes byte by byte. The sanitizers
+// would report the bytes read after a terminator as read past the end of (or after) their object;
+// they take no part in the result, so those checks are off for this function.
+#define VYK_SBCS_UNCHECKED_READS __attribute__((no_sanitize("address", "thread")))
 
 VYK_SBCS_VBMI_TARGET VYK_SBCS_UNCHECKED_READS inline __attribute__((always_inline)) std::size_t firstStopVbmi(
     char const* s, char const* t) {
