@@ -148,17 +148,23 @@ TEST(MvsRecordFormat, MalformedInputThrowsItsMessageAfterTheGoodRecords) {
       {"1 byte of block descriptor", VB, good + "\x00"s, {"g"}, "Incomplete block descriptor word"},
       {"short form, non-zero byte 3", VB, "\x00\x09\x00\x01"s "\x00\x05\x00\x00"s "g", {}, BDW},
       {"zero-length block", VB, good + "\x00\x00\x00\x00"s, {"g"}, BDW},
+      {"extended length 2", VBS, "\x80\x00\x00\x02"s, {}, BDW},
       {"file ends inside a block", VB, "\x00\x20\x00\x00"s "\x00\x05\x00\x00"s "g", {}, "Incomplete block"},
+      {"huge block announced", VBS, "\xFF\xFF\xFF\xFF"s "\x00\x05\x00\x00"s "g", {}, "Incomplete block"},
       {"block holds only its descriptor", VB, good + "\x00\x04\x00\x00"s, {"g"}, S370},
       {"block ends inside a record descriptor", VB, "\x00\x06\x00\x00"s "\x00\x05"s, {}, S370},
       {"record runs past its block", VB, "\x00\x0A\x00\x00"s "\x00\x10\x00\x00"s "gg", {}, S370},
+      {"record length 3", VB, "\x00\x08\x00\x00"s "\x00\x03\x00\x00"s, {}, S370},
       {"segment length 3", VBS, "\x00\x08\x00\x00"s "\x00\x03\x00\x00"s, {}, SDW},
       {"middle segment with no first", VBS, "\x00\x09\x00\x00"s "\x00\x05\x03\x00"s "g", {}, CONTROL},
       {"last segment with no first", VS, good + "\x00\x09\x00\x00"s "\x00\x05\x02\x00"s "g", {"g"}, CONTROL},
+      {"control code 7", VBS, "\x00\x09\x00\x00"s "\x00\x05\x07\x00"s "g", {}, CONTROL},
+      {"first segment twice", VBS, first + first, {}, CONTROL},
       {"complete record inside a spanned one", VS, first + good, {}, CONTROL},
       {"continuation length 2", VBS, first + "\x00\x08\x00\x00"s "\x00\x02\x02\x00"s, {}, SDW},
       {"file ends inside a spanned record", VBS, good + first, {"g"}, S370},
       {"continuation block too short for a descriptor", VS, first + "\x00\x06\x00\x00"s "\x00\x05"s, {}, S370},
+      {"segment runs past its block", VBS, "\x00\x09\x00\x00"s "\x00\x06\x00\x00"s "g", {}, S370},
       {"3 bytes of record descriptor", VSTREAM, goodStream + "\x00\x05\x00"s, {"g"},
        "Incomplete record descriptor word at end of file"},
       {"record length 2", VSTREAM, "\x00\x02\x00\x00"s, {}, S370},
@@ -167,16 +173,19 @@ TEST(MvsRecordFormat, MalformedInputThrowsItsMessageAfterTheGoodRecords) {
        "Incomplete segment descriptor word at end of file"},
       {"segment length 1", VSSTREAM, "\x00\x01\x00\x00"s, {}, SDW},
       {"middle segment with no first", VSSTREAM, "\x00\x05\x03\x00"s "g", {}, CONTROL},
+      {"first segment twice", VSSTREAM, firstStream + firstStream, {}, CONTROL},
       {"file ends after a first segment", VSSTREAM, goodStream + firstStream, {"g"},
        "Incomplete spanned record encountered at end of file"},
       {"file ends inside a continuation descriptor", VSSTREAM, firstStream + "\x00\x05"s, {},
        "Incomplete segment descriptor word at end of file"},
+      {"continuation length 3", VSSTREAM, firstStream + "\x00\x03\x02\x00"s, {}, SDW},
       {"file ends inside a segment", VSSTREAM, firstStream + "\x00\x09\x02\x00"s "h", {}, END},
   };
   // clang-format on
   for (Case const& c : cases) {
     for (int maxFill : {0, 1}) {
-      SCOPED_TRACE(std::string(c.what) + ", maxFill " + std::to_string(maxFill));
+      SCOPED_TRACE(std::string(c.what) + ", recfm " + std::to_string(c.recfm) + ", maxFill " +
+                   std::to_string(maxFill));
       MemoryRecordFile file(c.bytes, mvs(RecordFile::READ, c.recfm), maxFill);
       Records got;
       EXPECT_EQ(c.message, ioFailure([&] {
