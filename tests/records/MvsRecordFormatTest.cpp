@@ -30,16 +30,11 @@ std::string const A248 = pattern(248), S600 = pattern(600, 'A'), R100 = pattern(
 std::string const BDW_FULL = "\x01\x00\x00\x00"s;  // a block of 256 bytes
 
 // Laid out by hand from the descriptor layouts: a block descriptor, then record or segment
-// descriptors each followed by its data.
+// descriptors each followed by its data. With an lrecl, records are padded to it (not read back).
 TEST(MvsRecordFormat, GoldenFilesWrittenAndReadBack) {
-  struct Golden {
-    char const* what;
-    Recfms recfms;
-    int bufferSize;
-    Records records;
-    std::string bytes;
-  };
+  std::string const y90(90, 'y'), padded = "0123456789" + std::string(70, ' ');
   // clang-format off
+  struct Golden { char const* what; Recfms recfms; int bufferSize; Records records; std::string bytes; int lrecl = 0; };
   std::vector<Golden> const goldens = {
       {"one record", {V, VB, VS, VBS}, 256, {"abc"}, "\x00\x0B\x00\x00"s "\x00\x07\x00\x00"s "abc"},
       {"one record", {VSTREAM, VSSTREAM}, 256, {"abc"}, "\x00\x07\x00\x00"s "abc"},
@@ -77,8 +72,6 @@ TEST(MvsRecordFormat, GoldenFilesWrittenAndReadBack) {
        R100.substr(40)},
       {"two per block", {VB}, 256, {R100, R100, R100}, "\x00\xD4\x00\x00"s "\x00\x68\x00\x00"s + R100 +
        "\x00\x68\x00\x00"s + R100 + "\x00\x6C\x00\x00"s "\x00\x68\x00\x00"s + R100},
-      {"a block per record", {V}, 256, {R100, "b"}, "\x00\x6C\x00\x00"s "\x00\x68\x00\x00"s + R100 +
-       "\x00\x09\x00\x00"s "\x00\x05\x00\x00"s "b"},
       // Fewer than 4 bytes left closes the block short; exactly 4 hold an empty record only.
       {"2 bytes left", {VBS}, 256, {pattern(246), "0123456789"}, "\x00\xFE\x00\x00"s "\x00\xFA\x00\x00"s +
        pattern(246) + "\x00\x12\x00\x00"s "\x00\x0E\x00\x00"s "0123456789"},
@@ -98,12 +91,21 @@ TEST(MvsRecordFormat, GoldenFilesWrittenAndReadBack) {
        LONG_S.substr(0, 65531) + "\x11\x7D\x00\x00"s "\x11\x79\x02\x00"s + LONG_S.substr(65531)},
       {"long spanned record", {VSSTREAM}, 100000, {LONG_S}, "\xFF\xFF\x01\x00"s + LONG_S.substr(0, 65531) +
        "\x11\x79\x02\x00"s + LONG_S.substr(65531)},
+      // Padding uses ASCII blanks, and streamed V does not pad.
+      {"padded", {V}, 256, {"0123456789", y90}, "\x00\x58\x00\x00\x00\x54\x00\x00"s + padded +
+       "\x00\x62\x00\x00\x00\x5E\x00\x00"s + y90, 80},
+      {"padded", {VB}, 256, {"0123456789", y90}, "\x00\xB6\x00\x00\x00\x54\x00\x00"s + padded + "\x00\x5E\x00\x00"s + y90, 80},
+      {"padded", {VSTREAM}, 256, {"0123456789", y90}, "\x00\x0E\x00\x00"s "0123456789" "\x00\x5E\x00\x00"s + y90, 80},
   };
   // clang-format on
   for (Golden const& g : goldens) {
     for (BaseRecordFile::Recfm recfm : g.recfms) {
       SCOPED_TRACE(std::string(g.what) + ", recfm " + std::to_string(recfm));
-      EXPECT_TRUE(g.bytes == writeRecords(g.records, mvs(RecordFile::WRITE, recfm, g.bufferSize)));
+      Options options = mvs(RecordFile::WRITE, recfm, g.bufferSize);
+      options.lrecl = g.lrecl != 0 ? g.lrecl : options.lrecl;
+      options.padToLrecl = g.lrecl != 0;
+      EXPECT_TRUE(g.bytes == writeRecords(g.records, options));
+      if (g.lrecl != 0) continue;
       EXPECT_TRUE(g.records == readBytes(g.bytes, mvs(RecordFile::READ, recfm, g.bufferSize)));
       EXPECT_TRUE(g.records == readBytes(g.bytes, mvs(RecordFile::READ, recfm), 1 << 17, nullptr, 7));
     }
@@ -112,20 +114,9 @@ TEST(MvsRecordFormat, GoldenFilesWrittenAndReadBack) {
 
 // Files that the writers do not produce but a reader must take.
 TEST(MvsRecordFormat, ReadsForeignLayouts) {
-  struct Case {
-    char const* what;
-    Recfms recfms;
-    std::string bytes;
-    Records records;
-  };
-  std::string const big = pattern(990);
-  std::string const twoInABlock =
-      "\x00\x10\x00\x00"s
-      "\x00\x06\x00\x00"s
-      "ab"
-      "\x00\x06\x00\x00"s
-      "cd";
   // clang-format off
+  struct Case { char const* what; Recfms recfms; std::string bytes; Records records; };
+  std::string const big = pattern(990), twoInABlock = "\x00\x10\x00\x00\x00\x06\x00\x00"s "ab" "\x00\x06\x00\x00"s "cd";
   Case const cases[] = {
       {"block larger than the block memory", {VB}, "\x03\xE6\x00\x00"s "\x03\xE2\x00\x00"s + big, {big}},
       {"extended descriptor on a short block", {VB}, "\x80\x00\x00\x0B"s "\x00\x07\x00\x00"s "abc", {"abc"}},
@@ -146,33 +137,13 @@ TEST(MvsRecordFormat, ReadsForeignLayouts) {
 }
 
 TEST(MvsRecordFormat, MalformedInputThrowsItsMessageAfterTheGoodRecords) {
-  struct Case {
-    char const* what;
-    BaseRecordFile::Recfm recfm;
-    std::string bytes;
-    Records before;  // the records that come out before the fault
-    char const* message;
-  };
-  std::string const good =
-                        "\x00\x09\x00\x00"s
-                        "\x00\x05\x00\x00"s
-                        "g",
-                    goodStream =
-                        "\x00\x05\x00\x00"s
-                        "g";
-  std::string const first =
-                        "\x00\x09\x00\x00"s
-                        "\x00\x05\x01\x00"s
-                        "g",
-                    firstStream =
-                        "\x00\x05\x01\x00"s
-                        "g";
-  char const* const BDW = "Invalid block descriptor word";
-  char const* const SDW = "Invalid segment descriptor word";
-  char const* const S370 = "Invalid S370 file";
-  char const* const CONTROL = "Badly formed S370VS file (unexpected control code)";
-  char const* const END = "End of file encountered in record or segment";
   // clang-format off
+  struct Case { char const* what; BaseRecordFile::Recfm recfm; std::string bytes; Records before; char const* message; };  // before: what is read first
+  std::string const goodStream = "\x00\x05\x00\x00g"s, good = "\x00\x09\x00\x00"s + goodStream;
+  std::string const firstStream = "\x00\x05\x01\x00g"s, first = "\x00\x09\x00\x00"s + firstStream;
+  char const *const BDW = "Invalid block descriptor word", *const SDW = "Invalid segment descriptor word",
+             *const S370 = "Invalid S370 file", *const END = "End of file encountered in record or segment",
+             *const CONTROL = "Badly formed S370VS file (unexpected control code)";
   Case const cases[] = {
       {"1 byte of block descriptor", VB, good + "\x00"s, {"g"}, "Incomplete block descriptor word"},
       {"short form, non-zero byte 3", VB, "\x00\x09\x00\x01"s "\x00\x05\x00\x00"s "g", {}, BDW},
@@ -228,11 +199,9 @@ TEST(MvsRecordFormat, MalformedInputThrowsItsMessageAfterTheGoodRecords) {
 
 // The rest of a cut record is passed over: the next read returns the next record.
 TEST(MvsRecordFormat, ShortBufferCutsTheRecordAndKeepsTheNext) {
-  struct Case {
-    Recfms recfms;
-    int maxLength;
-    std::string first;
-  };
+  // clang-format off
+  struct Case { Recfms recfms; int maxLength; std::string first; };
+  // clang-format on
   Case const cases[] = {{ALL, 10, pattern(50)}, {{VS, VBS, VSSTREAM}, 300, S600}, {{VBS}, 0, S600}};
   for (Case const& c : cases) {
     for (BaseRecordFile::Recfm recfm : c.recfms) {
@@ -247,27 +216,19 @@ TEST(MvsRecordFormat, ShortBufferCutsTheRecordAndKeepsTheNext) {
 
 // A record (padded, when asked) that does not fit is refused before anything of it is written.
 TEST(MvsRecordFormat, OverlongWritesAreRefusedAndLeaveNothingBehind) {
-  struct Case {
-    char const* what;
-    BaseRecordFile::Recfm recfm;
-    int bufferSize;
-    int lrecl;  // padded to it when not 0
-    int length;
-    char const* message;
-    std::string fileAfter;  // after "abc" before and "xyz" after the failed write, when not padding
-  };
   // clang-format off
+  // lrecl: padded to it when not 0; fileAfter: after "abc" before and "xyz" after the failed write.
+  struct Case { char const* what; BaseRecordFile::Recfm recfm; int bufferSize, lrecl, length; char const* message; std::string fileAfter; };
+  std::string const abc = "\x00\x07\x00\x00"s "abc", xyz = "\x00\x07\x00\x00"s "xyz";
+  char const* const S370 = "Invalid S370 file";
+  std::string const inOneBlock = "\x00\x12\x00\x00"s + abc + xyz;
   Case const cases[] = {
-      {"record longer than the block", V, 256, 0, 249, "Invalid S370 file",
-       "\x00\x0B\x00\x00"s "\x00\x07\x00\x00"s "abc" "\x00\x0B\x00\x00"s "\x00\x07\x00\x00"s "xyz"},
-      {"record longer than the block", VB, 256, 0, 249, "Invalid S370 file",
-       "\x00\x12\x00\x00"s "\x00\x07\x00\x00"s "abc" "\x00\x07\x00\x00"s "xyz"},
-      {"padded record longer than the block", VB, 256, 249, 3, "Invalid S370 file", ""},
-      {"padded record longer than the block", V, 256, 249, 3, "Invalid S370 file", ""},
-      {"record fits the block, not the descriptor", VB, 65540, 0, 65532, "Invalid S370 file",
-       "\x00\x12\x00\x00"s "\x00\x07\x00\x00"s "abc" "\x00\x07\x00\x00"s "xyz"},
-      {"record that no descriptor can state", VSTREAM, 256, 0, 65532, "Record too long for a record descriptor word",
-       "\x00\x07\x00\x00"s "abc" "\x00\x07\x00\x00"s "xyz"},
+      {"record longer than the block", V, 256, 0, 249, S370, "\x00\x0B\x00\x00"s + abc + "\x00\x0B\x00\x00"s + xyz},
+      {"record longer than the block", VB, 256, 0, 249, S370, inOneBlock},
+      {"padded record longer than the block", VB, 256, 249, 3, S370, ""},
+      {"padded record longer than the block", V, 256, 249, 3, S370, ""},
+      {"record fits the block, not the descriptor", VB, 65540, 0, 65532, S370, inOneBlock},
+      {"record that no descriptor can state", VSTREAM, 256, 0, 65532, "Record too long for a record descriptor word", abc + xyz},
   };
   // clang-format on
   for (Case const& c : cases) {
@@ -281,29 +242,6 @@ TEST(MvsRecordFormat, OverlongWritesAreRefusedAndLeaveNothingBehind) {
     if (c.lrecl == 0) file.write("xyz", 3, CC_SINGLE);
     file.flush();
     EXPECT_EQ(c.fileAfter, file.bytes);
-  }
-}
-
-TEST(MvsRecordFormat, PadsShortRecordsWithAsciiBlanksExceptStreamedV) {
-  std::string const y90(90, 'y'), padded = "0123456789" + std::string(70, ' ');
-  struct Case {
-    BaseRecordFile::Recfm recfm;
-    std::string bytes;
-  };
-  Case const cases[] = {
-      {V, "\x00\x58\x00\x00\x00\x54\x00\x00"s + padded + "\x00\x62\x00\x00\x00\x5E\x00\x00"s + y90},
-      {VB, "\x00\xB6\x00\x00\x00\x54\x00\x00"s + padded + "\x00\x5E\x00\x00"s + y90},
-      {VSTREAM,
-       "\x00\x0E\x00\x00"s
-       "0123456789"
-       "\x00\x5E\x00\x00"s +
-           y90},
-  };
-  for (Case const& c : cases) {
-    SCOPED_TRACE(c.recfm);
-    Options options = optionsFor(RecordFile::WRITE, c.recfm, 4, 256, 80);
-    options.padToLrecl = true;
-    EXPECT_EQ(c.bytes, writeRecords({"0123456789", y90}, options));
   }
 }
 
@@ -335,12 +273,11 @@ TEST(MvsRecordFormat, SequentialFormatsWithoutNotesOrUpdate) {
 }
 
 TEST(MvsRecordFormat, TenThousandRandomRecordsRoundTrip) {
-  struct Case {
-    BaseRecordFile::Recfm recfm;
-    int bufferSize, longest;
-  };
-  Case const cases[] = {{V, 1000, 992},    {VB, 300, 292},       {VS, 256, 2000},      {VBS, 256, 2000},
+  // clang-format off
+  struct Case { BaseRecordFile::Recfm recfm; int bufferSize, longest; };
+  Case const cases[] = {{V, 1000, 992}, {VB, 300, 292}, {VS, 256, 2000}, {VBS, 256, 2000},
                         {VBS, 4096, 9000}, {VSTREAM, 256, 3000}, {VSSTREAM, 300, 2000}};
+  // clang-format on
   for (Case const& c : cases) {
     SCOPED_TRACE("recfm " + std::to_string(c.recfm) + ", block " + std::to_string(c.bufferSize));
     std::mt19937 random(12345u + static_cast<unsigned>(c.recfm));
