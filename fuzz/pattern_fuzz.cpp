@@ -7,37 +7,15 @@
 #include <cstdlib>
 #include <string>
 
+#include "support/ReferencePatternMatcher.h"
 #include "vyk/util/CharacterTables.h"
 #include "vyk/util/SimplePatternMatcher.h"
 #include "vyk/util/StringTokenizer.h"
 
 namespace {
 
-struct Syntax {
-  char anyString, anyChar;
-  bool useEscape;
-  char escape;
-};
-
-bool reference(std::string const& text, std::size_t t, std::string const& pattern, std::size_t p,
-               Syntax const& s) {
-  if (p == pattern.size()) return t == text.size();
-  char c = pattern[p];
-  if (s.useEscape && c == s.escape) {
-    if (p + 1 == pattern.size()) return t == text.size();
-    return t < text.size() && text[t] == pattern[p + 1] && reference(text, t + 1, pattern, p + 2, s);
-  }
-  if (c == s.anyString) {
-    while (p < pattern.size() && pattern[p] == s.anyString) ++p;
-    if (p == pattern.size()) return true;
-    if (t == text.size()) return false;
-    for (std::size_t k = t; k < text.size(); ++k)
-      if (reference(text, k, pattern, p, s)) return true;
-    return false;
-  }
-  if (c == s.anyChar) return t < text.size() && reference(text, t + 1, pattern, p + 1, s);
-  return t < text.size() && text[t] == c && reference(text, t + 1, pattern, p + 1, s);
-}
+using vyk::testing::reference;
+using vyk::testing::Syntax;
 
 bool match(std::string const& text, std::string const& pattern, Syntax const& s) {
   return vyk::SimplePatternMatcher::matchesPattern(text.data(), text.size(), pattern.data(), pattern.size(),

@@ -8,14 +8,13 @@
 #include <string>
 #include <tuple>
 
+#include "support/ReferencePatternMatcher.h"
+
 namespace vyk {
 namespace {
 
-struct Syntax {
-  char anyString, anyChar;
-  bool useEscape;
-  char escape;
-};
+using testing::reference;
+using testing::Syntax;
 
 bool matches(std::string const& text, std::string const& pattern, Syntax const& s) {
   return SimplePatternMatcher::matchesPattern(text, pattern, s.anyString, s.anyChar, s.useEscape, s.escape);
@@ -36,27 +35,6 @@ TEST(SimplePatternMatcher, WorkedCases) {
   for (auto [text, pattern, syntax, match] : cases) {
     EXPECT_EQ(match, matches(text, pattern, syntax)) << "'" << text << "' ~ '" << pattern << "'";
   }
-}
-
-// The rules as stated, one recursion per pattern step; exponential, so for short inputs only.
-bool reference(std::string const& text, std::size_t t, std::string const& pattern, std::size_t p,
-               Syntax const& s) {
-  if (p == pattern.size()) return t == text.size();
-  char c = pattern[p];
-  if (s.useEscape && c == s.escape) {
-    if (p + 1 == pattern.size()) return t == text.size();
-    return t < text.size() && text[t] == pattern[p + 1] && reference(text, t + 1, pattern, p + 2, s);
-  }
-  if (c == s.anyString) {
-    while (p < pattern.size() && pattern[p] == s.anyString) ++p;
-    if (p == pattern.size()) return true;
-    if (t == text.size()) return false;
-    for (std::size_t k = t; k < text.size(); ++k)  // longest suffix first, one byte kept at least
-      if (reference(text, k, pattern, p, s)) return true;
-    return false;
-  }
-  if (c == s.anyChar) return t < text.size() && reference(text, t + 1, pattern, p + 1, s);
-  return t < text.size() && text[t] == c && reference(text, t + 1, pattern, p + 1, s);
 }
 
 TEST(SimplePatternMatcher, AgreesWithTheReferenceOnRandomInput) {
