@@ -3,15 +3,9 @@
 #include <cstring>
 #include <stdexcept>
 
+#include "SingleByteCompare.h"
 #include "vyk/util/CharacterTables.h"
 #include "vyk/util/StringUtilsSessionEncoded.h"
-
-// Comparison 64 bytes at a time with the folding table in four vector registers, compiled for
-// AVX-512 (BW and VBMI) and taken when the processor has it.
-#if defined(__GNUC__) && defined(__x86_64__)
-#include <immintrin.h>
-#define VYK_SBCS_VBMI 1
-#endif
 
 namespace vyk {
 namespace session_encoded {
@@ -53,8 +47,6 @@ inline bool equalFolded(char const* s, char const* t, unsigned long n) {
   return true;
 }
 
-// Equal bytes fold equal under any table, so only bytes that differ are folded.
-
 // The offset of the first position of the zero-terminated s and t where either ends or the folded
 // bytes differ.
 std::size_t firstStopPortable(char const* s, char const* t) {
@@ -69,8 +61,20 @@ std::size_t firstStopPortable(char const* s, char const* t) {
   }
 }
 
-// The offset of the first of k bytes where the folded bytes of s and t differ, or k.
-std::size_t firstFoldedDifferencePortable(char const* s, char const* t, std::size_t k) {
+unsigned char const* upperTable() {
+  return sbcs::detail::toupperTable_;
+}
+unsigned char const* lowerTable() {
+  return sbcs::detail::tolowerTable_;
+}
+
+}  // namespace
+
+// The byte-by-byte forms of the comparisons. Equal bytes fold equal under any table, so only
+// bytes that differ are folded.
+namespace detail {
+
+std::size_t singleByteFirstFoldedDifferenceBytes(char const* s, char const* t, std::size_t k) {
   std::size_t i = 0;
   for (; k - i >= 8; i += 8) {
     std::uint64_t a;
@@ -88,114 +92,29 @@ std::size_t firstFoldedDifferencePortable(char const* s, char const* t, std::siz
   return k;
 }
 
-#if defined(VYK_SBCS_VBMI)
-#define VYK_SBCS_VBMI_TARGET __attribute__((target("avx512f,avx512bw,avx512vbmi")))
-
-bool detectVbmi() {
-  __builtin_cpu_init();
-  return __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
-         __builtin_cpu_supports("avx512vbmi");
-}
-// Set while the library loads; false until then, which only means the portable path.
-bool const haveVbmi = detectVbmi();
-
-// The folding table as it is now, in four registers.
-struct FoldTable {
-  __m512i part[4];
-};
-
-VYK_SBCS_VBMI_TARGET inline FoldTable loadFoldTable() {
-  unsigned char const* table = sbcs::detail::tolowerTable_;
-  return {{_mm512_loadu_si512(table), _mm512_loadu_si512(table + 64), _mm512_loadu_si512(table + 128),
-           _mm512_loadu_si512(table + 192)}};
-}
-
-// Each byte of v through the table: the low seven bits pick one of 128 entries from two registers,
-// the high bit picks the half.
-VYK_SBCS_VBMI_TARGET inline __m512i fold(FoldTable const& f, __m512i v) {
-  return _mm512_mask_blend_epi8(_mm512_movepi8_mask(v), _mm512_permutex2var_epi8(f.part[0], v, f.part[1]),
-                                _mm512_permutex2var_epi8(f.part[2], v, f.part[3]));
-}
-
-inline std::uint64_t lowBits(std::size_t n) {
-  return n >= 64 ? ~std::uint64_t(0) : (std::uint64_t(1) << n) - 1;
-}
-
-// As firstStopPortable. While neither text is within 64 bytes of the end of its page, each step
-// reads 64 bytes of both: bytes after a terminator may be read, but never a page that the texts do
-// not reach, so no fault is possible. Nearer a page end it goes byte by byte. The sanitizers
-// would report the bytes read after a terminator as read past the end of (or after) their object;
-// they take no part in the result, so those checks are off for this function.
-#define VYK_SBCS_UNCHECKED_READS __attribute__((no_sanitize("address", "thread")))
-
-VYK_SBCS_VBMI_TARGET VYK_SBCS_UNCHECKED_READS inline __attribute__((always_inline)) std::size_t firstStopVbmi(
-    char const* s, char const* t) {
-  FoldTable const f = loadFoldTable();
-  std::size_t i = 0;
-  for (;;) {
-    std::uintptr_t sp = reinterpret_cast<std::uintptr_t>(s + i);
-    std::uintptr_t tp = reinterpret_cast<std::uintptr_t>(t + i);
-    if ((((sp ^ (sp + 31)) | (tp ^ (tp + 31))) & 4096) == 0) {  // both 32 bytes in one page
-      // The upper halves of the registers are left as they come: only the low 32 lanes count.
-      __m512i a = _mm512_castsi256_si512(_mm256_loadu_si256(reinterpret_cast<__m256i const*>(s + i)));
-      __m512i b = _mm512_castsi256_si512(_mm256_loadu_si256(reinterpret_cast<__m256i const*>(t + i)));
-      __mmask64 stop = _mm512_cmpneq_epi8_mask(fold(f, a), fold(f, b)) | _mm512_testn_epi8_mask(a, a) |
-                       _mm512_testn_epi8_mask(b, b);
-      stop &= 0xFFFFFFFFu;
-      if (stop != 0) return i + static_cast<std::size_t>(__builtin_ctzll(stop));
-      i += 32;
-      continue;
-    }
-    unsigned char x = static_cast<unsigned char>(s[i]);
-    unsigned char y = static_cast<unsigned char>(t[i]);
-    if (x == 0 || y == 0 || (x != y && lower(s[i]) != lower(t[i]))) return i;
-    ++i;
-  }
-}
-
-// The whole comparisons, in one function each so that the common path makes no further call.
-VYK_SBCS_VBMI_TARGET VYK_SBCS_UNCHECKED_READS int icompareVbmi(char const* s, char const* t) {
-  std::size_t i = firstStopVbmi(s, t);
+int singleByteICompareBytes(char const* s, char const* t) {
+  std::size_t i = firstStopPortable(s, t);
   return lower(s[i]) - lower(t[i]);
 }
 
-VYK_SBCS_VBMI_TARGET VYK_SBCS_UNCHECKED_READS bool iequalsVbmi(char const* s, char const* t) {
-  std::size_t i = firstStopVbmi(s, t);
+bool singleByteIEqualsBytes(char const* s, char const* t) {
+  // The scan stops at the first 0 of either text, whatever the table makes of other bytes.
+  std::size_t i = firstStopPortable(s, t);
   return s[i] == 0 && t[i] == 0;
 }
 
-// As firstFoldedDifferencePortable, reading only the k bytes.
-VYK_SBCS_VBMI_TARGET std::size_t firstFoldedDifferenceVbmi(char const* s, char const* t, std::size_t k) {
-  FoldTable const f = loadFoldTable();
-  for (std::size_t i = 0; i < k; i += 64) {
-    __mmask64 valid = lowBits(k - i);
-    __m512i a = _mm512_maskz_loadu_epi8(valid, s + i);
-    __m512i b = _mm512_maskz_loadu_epi8(valid, t + i);
-    __mmask64 differ = _mm512_cmpneq_epi8_mask(a, b);
-    if (differ != 0) {
-      differ &= _mm512_cmpneq_epi8_mask(fold(f, a), fold(f, b));
-      if (differ != 0) return i + static_cast<std::size_t>(__builtin_ctzll(differ));
-    }
+unsigned long singleByteHash(char const* s) {
+  std::uint64_t h = 0;
+  for (; *s != 0; ++s) {
+    // The folded byte enters as a signed char widened to 64 bits: bytes from 0x80 count negative.
+    std::uint64_t v =
+        static_cast<std::uint64_t>(static_cast<std::int64_t>(static_cast<signed char>(lower(*s))));
+    h ^= v + 0x9E3779B9u + (h << 6) + (h >> 2);
   }
-  return k;
-}
-#endif
-
-inline std::size_t firstFoldedDifference(char const* s, char const* t, std::size_t k) {
-#if defined(VYK_SBCS_VBMI)
-  if (haveVbmi) return firstFoldedDifferenceVbmi(s, t, k);
-#endif
-  return firstFoldedDifferencePortable(s, t, k);
+  return static_cast<unsigned long>(h);
 }
 
-unsigned char const* upperTable() {
-  return sbcs::detail::toupperTable_;
-}
-unsigned char const* lowerTable() {
-  return sbcs::detail::tolowerTable_;
-}
-
-}  // namespace
+}  // namespace detail
 
 SingleByteEncodingStringUtilsSessionEncodedImpl::~SingleByteEncodingStringUtilsSessionEncodedImpl() {}
 
@@ -279,7 +198,7 @@ bool SingleByteEncodingStringUtilsSessionEncodedImpl::vyk_strislower(char const*
 
 bool SingleByteEncodingStringUtilsSessionEncodedImpl::iequals(char const* s, unsigned long n, char const* t,
                                                               unsigned long m) const {
-  return n == m && firstFoldedDifference(s, t, n) == n;
+  return n == m && detail::singleByteFirstFoldedDifference(s, t, n) == n;
 }
 
 bool SingleByteEncodingStringUtilsSessionEncodedImpl::iequals(std::string const& s, char const* t) const {
@@ -291,18 +210,13 @@ bool SingleByteEncodingStringUtilsSessionEncodedImpl::iequals(std::string const&
 }
 
 bool SingleByteEncodingStringUtilsSessionEncodedImpl::iequals(char const* s, char const* t) const {
-  // The scan stops at the first 0 of either text, whatever the table makes of other bytes.
-#if defined(VYK_SBCS_VBMI)
-  if (haveVbmi) return iequalsVbmi(s, t);
-#endif
-  std::size_t i = firstStopPortable(s, t);
-  return s[i] == 0 && t[i] == 0;
+  return detail::singleByteIEquals(s, t);
 }
 
 int SingleByteEncodingStringUtilsSessionEncodedImpl::icompare(char const* s, unsigned long n, char const* t,
                                                               unsigned long m) const {
   unsigned long k = n < m ? n : m;
-  std::size_t i = firstFoldedDifference(s, t, k);
+  std::size_t i = detail::singleByteFirstFoldedDifference(s, t, k);
   if (i < k) return lower(s[i]) - lower(t[i]);
   return static_cast<int>(n - m);
 }
@@ -318,11 +232,7 @@ int SingleByteEncodingStringUtilsSessionEncodedImpl::icompare(std::string const&
 }
 
 int SingleByteEncodingStringUtilsSessionEncodedImpl::icompare(char const* s, char const* t) const {
-#if defined(VYK_SBCS_VBMI)
-  if (haveVbmi) return icompareVbmi(s, t);
-#endif
-  std::size_t i = firstStopPortable(s, t);
-  return lower(s[i]) - lower(t[i]);
+  return detail::singleByteICompare(s, t);
 }
 
 int SingleByteEncodingStringUtilsSessionEncodedImpl::icomparen(std::string const& s, std::string const& t,
@@ -352,7 +262,7 @@ int SingleByteEncodingStringUtilsSessionEncodedImpl::icomparen(char const* s, ch
 
 bool SingleByteEncodingStringUtilsSessionEncodedImpl::istarts_with(char const* s, unsigned long n,
                                                                    char const* t, unsigned long m) const {
-  return n >= m && firstFoldedDifference(s, t, m) == m;
+  return n >= m && detail::singleByteFirstFoldedDifference(s, t, m) == m;
 }
 
 bool SingleByteEncodingStringUtilsSessionEncodedImpl::istarts_with(std::string const& s,
@@ -374,7 +284,7 @@ bool SingleByteEncodingStringUtilsSessionEncodedImpl::istarts_with(char const* s
 
 bool SingleByteEncodingStringUtilsSessionEncodedImpl::iends_with(char const* s, unsigned long n,
                                                                  char const* t, unsigned long m) const {
-  return n >= m && firstFoldedDifference(s + (n - m), t, m) == m;
+  return n >= m && detail::singleByteFirstFoldedDifference(s + (n - m), t, m) == m;
 }
 
 unsigned long SingleByteEncodingStringUtilsSessionEncodedImpl::ifind(char const* s, unsigned long n,
@@ -396,14 +306,7 @@ unsigned long SingleByteEncodingStringUtilsSessionEncodedImpl::ifind(std::string
 }
 
 unsigned long SingleByteEncodingStringUtilsSessionEncodedImpl::hash(char const* s) const {
-  std::uint64_t h = 0;
-  for (; *s != 0; ++s) {
-    // The folded byte enters as a signed char widened to 64 bits: bytes from 0x80 count negative.
-    std::uint64_t v =
-        static_cast<std::uint64_t>(static_cast<std::int64_t>(static_cast<signed char>(lower(*s))));
-    h ^= v + 0x9E3779B9u + (h << 6) + (h >> 2);
-  }
-  return static_cast<unsigned long>(h);
+  return detail::singleByteHash(s);
 }
 
 bool SingleByteEncodingStringUtilsSessionEncodedImpl::keyequal(char const* s, char const* t) const {

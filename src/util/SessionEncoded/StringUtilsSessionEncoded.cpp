@@ -2,8 +2,11 @@
 #include "vyk/util/StringUtilsSessionEncoded.h"
 
 #include <atomic>
+#include <cstdint>
 #include <cstring>
+#include <typeinfo>
 
+#include "SingleByteCompare.h"
 #include "vyk/util/SharedLibraryManager.h"
 
 namespace vyk {
@@ -17,30 +20,47 @@ namespace {
 SingleByteEncodingStringUtilsSessionEncodedImpl const fallbackImpl;
 
 // The process-wide owning pointer. Assigning deletes what it held, unless the same object is
-// assigned again. Reaching the active implementation is one atomic load.
+// assigned again. Reaching the active implementation is one atomic load of a word that holds its
+// address and, in the low bit, whether it is exactly the single-byte implementation: the hottest
+// free functions then call that implementation's code directly instead of through the vtable.
 class ActiveImplHolder {
  public:
-  constexpr ActiveImplHolder() : impl_(nullptr) {}
-  explicit ActiveImplHolder(std::unique_ptr<StringUtilsSessionEncodedImpl> impl) : impl_(impl.release()) {}
-  ~ActiveImplHolder() { delete impl_.exchange(nullptr); }
+  constexpr ActiveImplHolder() : word_(kSingleByte) {}
+  explicit ActiveImplHolder(std::unique_ptr<StringUtilsSessionEncodedImpl> impl)
+      : word_(encode(impl.release())) {}
+  ~ActiveImplHolder() { delete decode(word_.exchange(kSingleByte)); }
   ActiveImplHolder(ActiveImplHolder const&) = delete;
   ActiveImplHolder& operator=(ActiveImplHolder const&) = delete;
 
   void assign(std::unique_ptr<StringUtilsSessionEncodedImpl> impl) {
-    if (impl.get() == impl_.load(std::memory_order_acquire)) {
+    if (impl.get() == decode(word_.load(std::memory_order_acquire))) {
       impl.release();
       return;
     }
-    delete impl_.exchange(impl.release(), std::memory_order_acq_rel);
+    delete decode(word_.exchange(encode(impl.release()), std::memory_order_acq_rel));
   }
   StringUtilsSessionEncodedImpl const& get() const {
-    StringUtilsSessionEncodedImpl const* impl = impl_.load(std::memory_order_acquire);
+    StringUtilsSessionEncodedImpl const* impl = decode(word_.load(std::memory_order_acquire));
     if (impl != nullptr) return *impl;
     return fallbackImpl;
   }
+  // True while the single-byte implementation serves, the fallback included.
+  bool isSingleByte() const { return (word_.load(std::memory_order_acquire) & kSingleByte) != 0; }
 
  private:
-  std::atomic<StringUtilsSessionEncodedImpl*> impl_;
+  static constexpr std::uintptr_t kSingleByte = 1;  // objects are aligned, so the bit is free
+
+  static std::uintptr_t encode(StringUtilsSessionEncodedImpl* impl) {
+    std::uintptr_t word = reinterpret_cast<std::uintptr_t>(impl);
+    if (impl == nullptr || typeid(*impl) == typeid(SingleByteEncodingStringUtilsSessionEncodedImpl))
+      word |= kSingleByte;
+    return word;
+  }
+  static StringUtilsSessionEncodedImpl* decode(std::uintptr_t word) {
+    return reinterpret_cast<StringUtilsSessionEncodedImpl*>(word & ~kSingleByte);
+  }
+
+  std::atomic<std::uintptr_t> word_;
 };
 
 ActiveImplHolder active(StringUtilsSessionEncodedImpl::getSBCSImpl());
@@ -149,6 +169,7 @@ bool iequals(char const* s, std::string const& t) {
   return active.get().iequals(t, s);
 }
 bool iequals(char const* s, char const* t) {
+  if (active.isSingleByte()) return detail::singleByteIEquals(s, t);
   return active.get().iequals(s, t);
 }
 
@@ -165,6 +186,7 @@ int icompare(char const* s, std::string const& t) {
   return -active.get().icompare(t, s);
 }
 int icompare(char const* s, char const* t) {
+  if (active.isSingleByte()) return detail::singleByteICompare(s, t);
   return active.get().icompare(s, t);
 }
 
@@ -218,9 +240,11 @@ unsigned long ifind(std::string const& s, std::string const& t, unsigned long fr
 }
 
 unsigned long CaseInsensitiveStringHashKeyOps::hash(char const* s) {
+  if (active.isSingleByte()) return detail::singleByteHash(s);
   return active.get().hash(s);
 }
 bool CaseInsensitiveStringHashKeyOps::keyequal(char const* s, char const* t) {
+  if (active.isSingleByte()) return detail::singleByteIEquals(s, t);
   return active.get().keyequal(s, t);
 }
 
