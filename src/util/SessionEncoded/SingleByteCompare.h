@@ -10,8 +10,10 @@ namespace vyk {
 namespace session_encoded {
 namespace detail {
 
-// True when the processor has the vector instructions of the faster forms. Set while the library
-// loads; false before, which only means the byte-by-byte forms.
+// True when the processor has the vector instructions of the faster forms; may be called at any
+// time. The constant is its answer, set while the library loads (false before, which only means the
+// byte-by-byte forms).
+bool singleByteVectorFormsAvailable();
 extern bool const singleByteVectorCompare;
 
 // Zero-terminated texts: the folded difference at the first position where either text ends or
@@ -39,6 +41,18 @@ inline std::size_t singleByteFirstFoldedDifference(char const* s, char const* t,
 
 // h = 0; for each folded byte read as signed char and widened: h ^= v + 0x9E3779B9 + (h << 6) + (h >> 2).
 unsigned long singleByteHash(char const* s);
+
+// The operations on zero-terminated texts that the free functions call most, as plain functions.
+struct HotOperations {
+  int (*icompare)(char const* s, char const* t);
+  bool (*iequals)(char const* s, char const* t);
+  unsigned long (*hash)(char const* s);
+  bool (*keyequal)(char const* s, char const* t);
+};
+
+// The single-byte implementation's operations in the forms this processor runs fastest. May be
+// called at any time, from load-time initialisers too.
+HotOperations const& singleByteHotOperations();
 
 }  // namespace detail
 }  // namespace session_encoded

@@ -131,7 +131,10 @@ inline std::uint64_t lowBits(std::size_t n) {
 
 namespace detail {
 
-bool const singleByteVectorCompare = detectVbmi();
+bool singleByteVectorFormsAvailable() {
+  static bool const available = detectVbmi();
+  return available;
+}
 
 VYK_SBCS_VBMI_TARGET VYK_SBCS_UNCHECKED_READS int singleByteICompareVector(char const* s, char const* t) {
   return compare<int, foldedDifferenceAt>(s, t);
@@ -164,7 +167,9 @@ VYK_SBCS_VBMI_TARGET std::size_t singleByteFirstFoldedDifferenceVector(char cons
 
 namespace detail {
 
-bool const singleByteVectorCompare = false;
+bool singleByteVectorFormsAvailable() {
+  return false;
+}
 
 int singleByteICompareVector(char const* s, char const* t) {
   return singleByteICompareBytes(s, t);
@@ -179,6 +184,20 @@ std::size_t singleByteFirstFoldedDifferenceVector(char const* s, char const* t, 
 }  // namespace detail
 
 #endif
+
+namespace detail {
+
+bool const singleByteVectorCompare = singleByteVectorFormsAvailable();
+
+HotOperations const& singleByteHotOperations() {
+  static HotOperations const vectorForms = {singleByteICompareVector, singleByteIEqualsVector, singleByteHash,
+                                            singleByteIEqualsVector};
+  static HotOperations const byteForms = {singleByteICompareBytes, singleByteIEqualsBytes, singleByteHash,
+                                          singleByteIEqualsBytes};
+  return singleByteVectorFormsAvailable() ? vectorForms : byteForms;
+}
+
+}  // namespace detail
 
 }  // namespace session_encoded
 }  // namespace vyk

@@ -2,7 +2,6 @@
 #include "vyk/util/StringUtilsSessionEncoded.h"
 
 #include <atomic>
-#include <cstdint>
 #include <cstring>
 #include <typeinfo>
 
@@ -19,51 +18,68 @@ namespace {
 // deleted the active one. Constant-initialised, so it exists before any code of the library runs.
 SingleByteEncodingStringUtilsSessionEncodedImpl const fallbackImpl;
 
+StringUtilsSessionEncodedImpl const& activeOrFallback();
+
+// The zero-terminated comparisons and the hash through the active object's virtual functions.
+int forwardICompare(char const* s, char const* t) {
+  return activeOrFallback().icompare(s, t);
+}
+bool forwardIEquals(char const* s, char const* t) {
+  return activeOrFallback().iequals(s, t);
+}
+unsigned long forwardHash(char const* s) {
+  return activeOrFallback().hash(s);
+}
+bool forwardKeyEqual(char const* s, char const* t) {
+  return activeOrFallback().keyequal(s, t);
+}
+constexpr detail::HotOperations kForwardingOperations = {forwardICompare, forwardIEquals, forwardHash,
+                                                         forwardKeyEqual};
+
 // The process-wide owning pointer. Assigning deletes what it held, unless the same object is
-// assigned again. Reaching the active implementation is one atomic load of a word that holds its
-// address and, in the low bit, whether it is exactly the single-byte implementation: the hottest
-// free functions then call that implementation's code directly instead of through the vtable.
+// assigned again. Reaching the active implementation is one atomic load. Beside it, the operations
+// that the hottest free functions jump to: the single-byte implementation's own functions while
+// exactly that implementation is active (no virtual call), else the forwarders.
 class ActiveImplHolder {
  public:
-  constexpr ActiveImplHolder() : word_(kSingleByte) {}
-  explicit ActiveImplHolder(std::unique_ptr<StringUtilsSessionEncodedImpl> impl)
-      : word_(encode(impl.release())) {}
-  ~ActiveImplHolder() { delete decode(word_.exchange(kSingleByte)); }
+  constexpr ActiveImplHolder() : impl_(nullptr), hot_(&kForwardingOperations) {}
+  explicit ActiveImplHolder(std::unique_ptr<StringUtilsSessionEncodedImpl> impl) : ActiveImplHolder() {
+    assign(std::move(impl));
+  }
+  ~ActiveImplHolder() {
+    hot_.store(&kForwardingOperations, std::memory_order_release);
+    delete impl_.exchange(nullptr);
+  }
   ActiveImplHolder(ActiveImplHolder const&) = delete;
   ActiveImplHolder& operator=(ActiveImplHolder const&) = delete;
 
   void assign(std::unique_ptr<StringUtilsSessionEncodedImpl> impl) {
-    if (impl.get() == decode(word_.load(std::memory_order_acquire))) {
+    if (impl.get() == impl_.load(std::memory_order_acquire)) {
       impl.release();
       return;
     }
-    delete decode(word_.exchange(encode(impl.release()), std::memory_order_acq_rel));
+    bool singleByte = typeid(*impl) == typeid(SingleByteEncodingStringUtilsSessionEncodedImpl);
+    hot_.store(&kForwardingOperations, std::memory_order_release);
+    delete impl_.exchange(impl.release(), std::memory_order_acq_rel);
+    if (singleByte) hot_.store(&detail::singleByteHotOperations(), std::memory_order_release);
   }
   StringUtilsSessionEncodedImpl const& get() const {
-    StringUtilsSessionEncodedImpl const* impl = decode(word_.load(std::memory_order_acquire));
+    StringUtilsSessionEncodedImpl const* impl = impl_.load(std::memory_order_acquire);
     if (impl != nullptr) return *impl;
     return fallbackImpl;
   }
-  // True while the single-byte implementation serves, the fallback included.
-  bool isSingleByte() const { return (word_.load(std::memory_order_acquire) & kSingleByte) != 0; }
+  detail::HotOperations const& hot() const { return *hot_.load(std::memory_order_acquire); }
 
  private:
-  static constexpr std::uintptr_t kSingleByte = 1;  // objects are aligned, so the bit is free
-
-  static std::uintptr_t encode(StringUtilsSessionEncodedImpl* impl) {
-    std::uintptr_t word = reinterpret_cast<std::uintptr_t>(impl);
-    if (impl == nullptr || typeid(*impl) == typeid(SingleByteEncodingStringUtilsSessionEncodedImpl))
-      word |= kSingleByte;
-    return word;
-  }
-  static StringUtilsSessionEncodedImpl* decode(std::uintptr_t word) {
-    return reinterpret_cast<StringUtilsSessionEncodedImpl*>(word & ~kSingleByte);
-  }
-
-  std::atomic<std::uintptr_t> word_;
+  std::atomic<StringUtilsSessionEncodedImpl*> impl_;
+  std::atomic<detail::HotOperations const*> hot_;
 };
 
 ActiveImplHolder active(StringUtilsSessionEncodedImpl::getSBCSImpl());
+
+StringUtilsSessionEncodedImpl const& activeOrFallback() {
+  return active.get();
+}
 
 char const kSiblingLibrary[] = "vykxicus";
 char const kSiblingEntry[] = "createIcuStringUtils";
@@ -169,8 +185,7 @@ bool iequals(char const* s, std::string const& t) {
   return active.get().iequals(t, s);
 }
 bool iequals(char const* s, char const* t) {
-  if (active.isSingleByte()) return detail::singleByteIEquals(s, t);
-  return active.get().iequals(s, t);
+  return active.hot().iequals(s, t);
 }
 
 int icompare(char const* s, unsigned long n, char const* t, unsigned long m) {
@@ -186,8 +201,7 @@ int icompare(char const* s, std::string const& t) {
   return -active.get().icompare(t, s);
 }
 int icompare(char const* s, char const* t) {
-  if (active.isSingleByte()) return detail::singleByteICompare(s, t);
-  return active.get().icompare(s, t);
+  return active.hot().icompare(s, t);
 }
 
 int icomparen(std::string const& s, std::string const& t, unsigned long limit) {
@@ -240,12 +254,10 @@ unsigned long ifind(std::string const& s, std::string const& t, unsigned long fr
 }
 
 unsigned long CaseInsensitiveStringHashKeyOps::hash(char const* s) {
-  if (active.isSingleByte()) return detail::singleByteHash(s);
-  return active.get().hash(s);
+  return active.hot().hash(s);
 }
 bool CaseInsensitiveStringHashKeyOps::keyequal(char const* s, char const* t) {
-  if (active.isSingleByte()) return detail::singleByteIEquals(s, t);
-  return active.get().keyequal(s, t);
+  return active.hot().keyequal(s, t);
 }
 
 }  // namespace session_encoded
