@@ -66,20 +66,14 @@ TEST(FloatRepresentation, QueriesOnPatternsOutsideTheTables) {
     EXPECT_EQ(0x8000000000000000u, FR(kind).minusZero().bits());
 }
 
-// The oracle covers the conversions between IEEE and IBM kinds; these are the traps among them worked by
-// hand, and the conversions between the two IBM kinds, to which 0x8000000000000000 is a number in one kind
-// and a missing value in the other.
+// The oracle covers the conversions between IEEE and IBM kinds (1/32, the clamps, truncation, minus zero
+// are among its boundary classes); these are the conversions between the two IBM kinds, to which
+// 0x8000000000000000 is a number in one kind and a missing value in the other.
 TEST(FloatRepresentation, ConversionsOfNumbersAndEdges) {
   std::tuple<FR::Kind, FR::Kind, u64, u64> const cases[] = {
-      {FR::Ieee, FR::VykIbm, 0x3FA0000000000000, 0x3F80000000000000},  // 1/32: exponent step below zero
-      {FR::Ieee, FR::VykIbm, 0x4FB0000000000000, 0x7FFFFFFFFFFFFFFF},  // field 1275, clamped
-      {FR::Ieee, FR::VykIbm, 0x2FAFFFFFFFFFFFFF, 0x0010000000000000},  // field 762, clamped
-      {FR::Ieee, FR::DpsIbm, 0x81A56E1FC2F8F359, 0x8010000000000000},  // -1e-300, not zero
-      {FR::Ieee, FR::DpsIbm, 0x8000000000000000, 0},                   // minus zero
-      {FR::VykIbm, FR::Ieee, 0x40FFFFFFFFFFFFFF, 0x3FEFFFFFFFFFFFFF},  // truncated
-      {FR::VykIbm, FR::Ieee, 0x8000000000000000, 0},
+      {FR::Ieee, FR::VykIbm, 0x3FA0000000000000, 0x3F80000000000000},  // numbers through the dispatch too
+      {FR::VykIbm, FR::Ieee, 0x40FFFFFFFFFFFFFF, 0x3FEFFFFFFFFFFFFF},
       {FR::DpsIbm, FR::Ieee, 0x8000000000000000, 0xFFFFD10000000000},
-      {FR::VykIbm, FR::Ieee, 0x8100000000000000, 0xFFFFBE0000000000},  // lower-case a
       {FR::VykIbm, FR::DpsIbm, 0x8000000000000000, 0},
       {FR::VykIbm, FR::DpsIbm, 0x7F00000000000000, 0x8000000000000000},
       {FR::VykIbm, FR::DpsIbm, 0xC110000000000000, 0xC110000000000000},
@@ -109,12 +103,11 @@ TEST(FloatRepresentationDeathTest, IllegalKindFails) {
   EXPECT_EXIT(FR(FR::Unix).missingLetter(27), testing::ExitedWithCode(99), "Assertion failed");
 }
 
-// Native bytes are little-endian; the comparable form is big-endian and sorts as the values do.
+// Native bytes are little-endian; the comparable form is big-endian (that it sorts as the values do is
+// checked with the order of compare).
 TEST(FloatRepresentation, ComparableForms) {
   std::tuple<std::array<unsigned char, 8>, std::array<unsigned char, 8>, std::size_t> const cases[] = {
-      {{0, 0, 0, 0, 0, 0, 0xF0, 0x3F}, {0xBF, 0xF0, 0, 0, 0, 0, 0, 0}, 8},                    // 1.0
       {{0, 0, 0, 0, 0, 0, 0xF0, 0xBF}, {0x40, 0x0F, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF}, 8},  // -1.0
-      {{0, 0, 0, 0, 0, 0, 0, 0}, {0x80, 0, 0, 0, 0, 0, 0, 0}, 8},
       {{8, 7, 6, 5, 4, 3, 2, 1}, {0x81, 2, 3, 4, 5, 6, 7, 8}, 8},
       {{0x01, 0x80, 0xEE}, {0x7F, 0xFE, 0xEE}, 2},
       {{0x05, 0xEE, 0xEE}, {0x85, 0xEE, 0xEE}, 1},

@@ -159,20 +159,17 @@ TEST(ConverterRecordFormat, UnicodeFilesWriteAndReadTheirMarks) {
 }
 
 // The mark is looked for without conversion (bytes stay as they are) and with it; what is not a
-// whole mark is data. Detection never moves the device.
+// whole mark is data (a partial UTF-8 mark: see the new-volume test). Detection never moves the device.
 TEST(BomDetector, OnlyAWholeMarkIsPassedOver) {
   // clang-format off
   struct Case { int line; TestEncoding const& encoding; bool convert; std::string bytes; Records records; };
   Case const cases[] = {
       {__LINE__, kUtf8, false, BOM8 + "\xC3\xA9\n", {"\xC3\xA9"}},
-      {__LINE__, kUtf8, false, "\xEF\xBB", {"\xEF\xBB"}},
       {__LINE__, kUtf8, false, BOM8, {}},
       {__LINE__, kUtf8, false, BOM8 + BOM8 + "x", {BOM8 + "x"}},
       {__LINE__, kUtf8, false, "\n" + BOM8, {"", BOM8}},
       {__LINE__, kUtf16LE, false, "\xFF\xFE\0\0a\n"s, {"\0\0a"s}},
-      {__LINE__, kUtf16BE, false, "\xFE\xFFx", {"x"}},
       {__LINE__, kUtf16BE, false, "\xFF\xFEx", {"\xFF\xFEx"}},
-      {__LINE__, kUtf32BE, false, "\0\0\xFE\xFFx"s, {"x"}},
       {__LINE__, kUtf32LE, false, "\xFF\xFE" "a\n", {"\xFF\xFE" "a"}},
       // A UTF-16LE reader takes the UTF-32LE mark's first half as its own and the rest as U+0000.
       {__LINE__, kUtf16LE, true, "\xFF\xFE\0\0A\0"s, {"\0A"s}},

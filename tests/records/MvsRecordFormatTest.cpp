@@ -3,6 +3,7 @@
 
 #include <random>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "tests/records/RecordTestHelpers.h"
@@ -67,9 +68,6 @@ TEST(MvsRecordFormat, GoldenFilesWrittenAndReadBack) {
       {"span after a record", {VSSTREAM}, 256, {R100, S600}, "\x00\x68\x00\x00"s + R100 + "\x00\x94\x01\x00"s +
        S600.substr(0, 144) + "\x00\xFC\x03\x00"s + S600.substr(144, 248) + "\x00\xD4\x02\x00"s +
        S600.substr(392)},
-      {"descriptors use room", {VSSTREAM}, 256, {R100, R100, R100}, "\x00\x68\x00\x00"s + R100 +
-       "\x00\x68\x00\x00"s + R100 + "\x00\x2C\x01\x00"s + R100.substr(0, 40) + "\x00\x40\x02\x00"s +
-       R100.substr(40)},
       {"two per block", {VB}, 256, {R100, R100, R100}, "\x00\xD4\x00\x00"s "\x00\x68\x00\x00"s + R100 +
        "\x00\x68\x00\x00"s + R100 + "\x00\x6C\x00\x00"s "\x00\x68\x00\x00"s + R100},
       // Fewer than 4 bytes left closes the block short; exactly 4 hold an empty record only.
@@ -199,17 +197,15 @@ TEST(MvsRecordFormat, MalformedInputThrowsItsMessageAfterTheGoodRecords) {
 
 // The rest of a cut record is passed over: the next read returns the next record.
 TEST(MvsRecordFormat, ShortBufferCutsTheRecordAndKeepsTheNext) {
-  // clang-format off
-  struct Case { Recfms recfms; int maxLength; std::string first; };
-  // clang-format on
-  Case const cases[] = {{ALL, 10, pattern(50)}, {{VS, VBS, VSSTREAM}, 300, S600}, {{VBS}, 0, S600}};
-  for (Case const& c : cases) {
-    for (BaseRecordFile::Recfm recfm : c.recfms) {
-      SCOPED_TRACE("recfm " + std::to_string(recfm) + ", maxLength " + std::to_string(c.maxLength));
-      std::string const bytes = writeRecords({c.first, "next"}, mvs(RecordFile::WRITE, recfm));
-      size_t const cut = static_cast<size_t>(c.maxLength);
-      Records const expected = {c.first.substr(0, cut), std::string("next").substr(0, cut)};
-      EXPECT_EQ(expected, readBytes(bytes, mvs(RecordFile::READ, recfm), c.maxLength));
+  std::tuple<Recfms, int, std::string> const cases[] = {
+      {ALL, 10, pattern(50)}, {{VS, VBS, VSSTREAM}, 300, S600}, {{VBS}, 0, S600}};
+  for (auto const& [recfms, maxLength, first] : cases) {
+    for (BaseRecordFile::Recfm recfm : recfms) {
+      SCOPED_TRACE("recfm " + std::to_string(recfm) + ", maxLength " + std::to_string(maxLength));
+      std::string const bytes = writeRecords({first, "next"}, mvs(RecordFile::WRITE, recfm));
+      size_t const cut = static_cast<size_t>(maxLength);
+      Records const expected = {first.substr(0, cut), std::string("next").substr(0, cut)};
+      EXPECT_EQ(expected, readBytes(bytes, mvs(RecordFile::READ, recfm), maxLength));
     }
   }
 }

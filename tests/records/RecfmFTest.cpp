@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "tests/records/RecordTestHelpers.h"
@@ -17,12 +18,8 @@ constexpr BaseRecordFile::Recfm F = BaseRecordFile::RECFM_F, N = BaseRecordFile:
                                 V = BaseRecordFile::RECFM_V, S = BaseRecordFile::RECFM_S;
 
 TEST(RecfmF, ReadsPiecesOfLreclBytesAndSkipsWhatTheBufferCannotHold) {
-  struct Case {
-    int line, lrecl, maxLength;
-    std::string bytes;
-    Records records;
-  };
-  Case const cases[] = {
+  std::tuple<int, int, int, std::string, Records> const cases[] = {
+      // line, lrecl, maxLength, bytes, records
       {__LINE__, 4, 100, "abcdefghij", {"abcd", "efgh", "ij"}},
       {__LINE__, 4, 2, "abcdefghij", {"ab", "ef", "ij"}},
       {__LINE__, 4, 100, "", {}},
@@ -32,38 +29,30 @@ TEST(RecfmF, ReadsPiecesOfLreclBytesAndSkipsWhatTheBufferCannotHold) {
       {__LINE__, 0, 100, "abc", {}},
   };
   for (BaseRecordFile::Recfm recfm : {F, N}) {
-    for (Case const& c : cases) {
+    for (auto const& [line, lrecl, maxLength, bytes, records] : cases) {
       for (int size : blockSizes()) {
-        SCOPED_TRACE("line " + std::to_string(c.line) + ", recfm " + std::to_string(recfm) + ", bufferSize " +
+        SCOPED_TRACE("line " + std::to_string(line) + ", recfm " + std::to_string(recfm) + ", bufferSize " +
                      std::to_string(size));
-        Options options = optionsFor(RecordFile::READ, recfm, 4, size, c.lrecl);
-        for (int maxFill : {0, 1})
-          EXPECT_EQ(c.records, readBytes(c.bytes, options, c.maxLength, nullptr, maxFill));
+        Options options = optionsFor(RecordFile::READ, recfm, 4, size, lrecl);
+        for (int maxFill : {0, 1}) EXPECT_EQ(records, readBytes(bytes, options, maxLength, nullptr, maxFill));
       }
     }
   }
 }
 
 TEST(RecfmF, WritesExactlyLreclBytesWhileRecfmNWritesWhatItIsGiven) {
-  struct Case {
-    int line;
-    BaseRecordFile::Recfm recfm;
-    int lrecl;
-    Records records;
-    std::string bytes;
-  };
-  Case const cases[] = {
+  std::tuple<int, BaseRecordFile::Recfm, int, Records, std::string> const cases[] = {
       {__LINE__, F, 4, {"abcdef"}, "abcd"},
       {__LINE__, F, 4, {"", "ab\n"}, "    ab\n "},
       {__LINE__, F, 0, {"ab"}, ""},
       {__LINE__, N, 4, {"abcdef", "a", ""}, "abcdefa"},
       {__LINE__, N, 2, {"\0\r\n"s}, "\0\r\n"s},
   };
-  for (Case const& c : cases) {
+  for (auto const& [line, recfm, lrecl, records, bytes] : cases) {
     for (int size : blockSizes()) {
-      SCOPED_TRACE("line " + std::to_string(c.line) + ", bufferSize " + std::to_string(size));
-      Options const options = optionsFor(RecordFile::WRITE, c.recfm, 4, size, c.lrecl);
-      EXPECT_EQ(c.bytes, writeRecords(c.records, options, size == 1 ? CC_TRIPLE : CC_NEW_PAGE));
+      SCOPED_TRACE("line " + std::to_string(line) + ", bufferSize " + std::to_string(size));
+      Options const options = optionsFor(RecordFile::WRITE, recfm, 4, size, lrecl);
+      EXPECT_EQ(bytes, writeRecords(records, options, size == 1 ? CC_TRIPLE : CC_NEW_PAGE));
     }
   }
 }
@@ -71,39 +60,34 @@ TEST(RecfmF, WritesExactlyLreclBytesWhileRecfmNWritesWhatItIsGiven) {
 // A write after reads replaces the record last read; the next read goes on after it, and a flush
 // between the two changes nothing.
 TEST(RecordUpdate, WriteAfterReadReplacesTheRecordRead) {
-  struct Case {
-    int line;
-    BaseRecordFile::Recfm recfm;
-    int maxLength;  // for each read; also the lrecl
-    std::string initial;
-    int reads;
-    std::string replacement, next, after;
-  };
-  Case const cases[] = {
-      {__LINE__, F, 4, "aaaabbbbcc", 2, "XY", "cc", "aaaaXY  cc"},
-      {__LINE__, N, 4, "aaaabbbbcc", 1, "XY", "aabb", "XYaabbbbcc"},
-      {__LINE__, S, 4, "aaaabbbbccccdddd", 2, "BBBB", "cccc", "aaaaBBBBccccdddd"},
-      {__LINE__, V, 16, "aaa\nbbb\nccc\n", 2, "YYY", "ccc", "aaa\nYYY\nccc\n"},
-      {__LINE__, V, 16, "aaa\nbbb\nccc\n", 3, "ZZZ", "<end>", "aaa\nbbb\nZZZ\n"},
-      // A longer record overwrites what follows; a shorter one leaves old bytes in place.
-      {__LINE__, V, 16, "aaa\nbbb\nccc\n", 1, "XXXXX", "b", "XXXXX\nb\nccc\n"},
-      {__LINE__, V, 16, "aaa\nbbb\nccc\n", 1, "X", "a", "X\na\nbbb\nccc\n"},
-      {__LINE__, V, 16, "aaa\r\nbbb\r\n", 1, "XXX", "", "XXX\n\nbbb\r\n"},
-  };
-  for (Case const& c : cases) {
+  // line, recfm, maxLength of each read (also the lrecl), initial bytes, reads before the write,
+  // the record written, the next record read, the bytes after
+  std::tuple<int, BaseRecordFile::Recfm, int, std::string, int, std::string, std::string, std::string> const
+      cases[] = {
+          {__LINE__, F, 4, "aaaabbbbcc", 2, "XY", "cc", "aaaaXY  cc"},
+          {__LINE__, N, 4, "aaaabbbbcc", 1, "XY", "aabb", "XYaabbbbcc"},
+          {__LINE__, S, 4, "aaaabbbbccccdddd", 2, "BBBB", "cccc", "aaaaBBBBccccdddd"},
+          {__LINE__, V, 16, "aaa\nbbb\nccc\n", 2, "YYY", "ccc", "aaa\nYYY\nccc\n"},
+          {__LINE__, V, 16, "aaa\nbbb\nccc\n", 3, "ZZZ", "<end>", "aaa\nbbb\nZZZ\n"},
+          // A longer record overwrites what follows; a shorter one leaves old bytes in place.
+          {__LINE__, V, 16, "aaa\nbbb\nccc\n", 1, "XXXXX", "b", "XXXXX\nb\nccc\n"},
+          {__LINE__, V, 16, "aaa\nbbb\nccc\n", 1, "X", "a", "X\na\nbbb\nccc\n"},
+          {__LINE__, V, 16, "aaa\r\nbbb\r\n", 1, "XXX", "", "XXX\n\nbbb\r\n"},
+      };
+  for (auto const& [line, recfm, maxLength, initial, reads, replacement, next, after] : cases) {
     for (int size : blockSizes()) {
       for (bool flushBetween : {false, true}) {
-        SCOPED_TRACE("line " + std::to_string(c.line) + ", bufferSize " + std::to_string(size) +
+        SCOPED_TRACE("line " + std::to_string(line) + ", bufferSize " + std::to_string(size) +
                      (flushBetween ? ", flush" : ""));
-        MemoryRecordFile file(c.initial, optionsFor(RecordFile::UPDATE, c.recfm, 4, size, c.maxLength));
-        for (int i = 0; i < c.reads; ++i) ASSERT_NE("<end>", nextRecord(file, c.maxLength));
-        file.write(c.replacement.data(), static_cast<int>(c.replacement.size()), CC_SINGLE);
+        MemoryRecordFile file(initial, optionsFor(RecordFile::UPDATE, recfm, 4, size, maxLength));
+        for (int i = 0; i < reads; ++i) ASSERT_NE("<end>", nextRecord(file, maxLength));
+        file.write(replacement.data(), static_cast<int>(replacement.size()), CC_SINGLE);
         long long note = 0;
         EXPECT_FALSE(file.tell(&note));
         if (flushBetween) file.flush();
-        EXPECT_EQ(c.next, nextRecord(file, c.maxLength));
+        EXPECT_EQ(next, nextRecord(file, maxLength));
         file.flush();
-        EXPECT_EQ(c.after, file.bytes);
+        EXPECT_EQ(after, file.bytes);
       }
     }
   }
@@ -112,37 +96,28 @@ TEST(RecordUpdate, WriteAfterReadReplacesTheRecordRead) {
 // tell answers false before the first read, then where the record last read began; after the end,
 // seeking to each note in reverse order reads its record again.
 TEST(RecordNotes, LeadBackToTheStartOfEachRecord) {
-  struct Case {
-    int line;
-    BaseRecordFile::Recfm recfm;
-    int maxLength;
-    std::string bytes;
-    Records records;
-    std::vector<long long> starts;
-  };
-  Case const cases[] = {
+  std::tuple<int, BaseRecordFile::Recfm, int, std::string, Records, std::vector<long long>> const cases[] = {
       {__LINE__, V, 8, "ab\ncd\r\n\ref\n\n", {"ab", "cd", "\ref", ""}, {0, 3, 7, 11}},
       {__LINE__, F, 4, "aaaabbbbcc", {"aaaa", "bbbb", "cc"}, {0, 4, 8}},
       {__LINE__, S, 3, "abcdefghij", {"abc", "def", "ghi", "j"}, {0, 3, 6, 9}},
   };
-  for (Case const& c : cases) {
+  for (auto const& [line, recfm, maxLength, bytes, records, starts] : cases) {
     for (int size : blockSizes()) {
-      SCOPED_TRACE("line " + std::to_string(c.line) + ", bufferSize " + std::to_string(size));
-      MemoryRecordFile file(c.bytes, optionsFor(RecordFile::READ, c.recfm, 4, size, c.maxLength));
-      ASSERT_EQ(8, file.note_length());
+      SCOPED_TRACE("line " + std::to_string(line) + ", bufferSize " + std::to_string(size));
+      MemoryRecordFile file(bytes, optionsFor(RecordFile::READ, recfm, 4, size, maxLength));
       long long note = -5;
       EXPECT_FALSE(file.tell(&note));
       std::vector<long long> notes;
-      for (std::string const& record : c.records) {
-        ASSERT_EQ(record, nextRecord(file, c.maxLength));
+      for (std::string const& record : records) {
+        ASSERT_EQ(record, nextRecord(file, maxLength));
         ASSERT_TRUE(file.tell(&note));
         notes.push_back(note);
       }
-      EXPECT_EQ(c.starts, notes);
-      EXPECT_EQ("<end>", nextRecord(file, c.maxLength));
-      for (size_t i = c.records.size(); i-- > 0;) {
+      EXPECT_EQ(starts, notes);
+      EXPECT_EQ("<end>", nextRecord(file, maxLength));
+      for (size_t i = records.size(); i-- > 0;) {
         ASSERT_TRUE(file.seek(&notes[i]));
-        EXPECT_EQ(c.records[i], nextRecord(file, c.maxLength));
+        EXPECT_EQ(records[i], nextRecord(file, maxLength));
       }
     }
   }

@@ -4,6 +4,8 @@
 
 #include <sstream>
 #include <string>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include "tests/records/RecordTestHelpers.h"
@@ -22,30 +24,27 @@ Options streamOptions(RecordFile::OpenMode mode, int bufferSize = 8192) {
 // Whole blocks reach the stream, at most one block stays behind until the close; reading gives the bytes back
 // in pieces of at most 5.
 TEST(RecfmS, RoundTripsThroughStringStreamsAtBlockBoundaries) {
-  struct Case {
-    int bufferSize;
-    std::vector<int> lengths;
-  };
-  Case const cases[] = {
+  std::pair<int, std::vector<int>> const cases[] = {
+      // bufferSize, record lengths
       {1, {0, 1, 2, 3}}, {2, {1, 2, 3, 0, 5}}, {7, {7, 14, 6, 8}}, {8192, {8192, 8191, 1}}, {8192, {20000}},
   };
-  for (Case const& c : cases) {
-    SCOPED_TRACE(c.bufferSize);
+  for (auto const& [bufferSize, lengths] : cases) {
+    SCOPED_TRACE(bufferSize);
     std::string expected;
     std::stringstream bytes;
     {
-      OutputStreamRecordFile out(bytes, streamOptions(RecordFile::WRITE, c.bufferSize));
-      for (int length : c.lengths) {
+      OutputStreamRecordFile out(bytes, streamOptions(RecordFile::WRITE, bufferSize));
+      for (int length : lengths) {
         std::string const record = pattern(length);
         out.write(record.data(), length, CC_SINGLE);
         expected += record;
       }
       size_t const sent = bytes.str().size();
-      EXPECT_EQ(0u, sent % c.bufferSize);
-      EXPECT_LE(expected.size() - sent, static_cast<size_t>(c.bufferSize));
+      EXPECT_EQ(0u, sent % bufferSize);
+      EXPECT_LE(expected.size() - sent, static_cast<size_t>(bufferSize));
     }
     EXPECT_EQ(expected, bytes.str());
-    InputStreamRecordFile in(bytes, streamOptions(RecordFile::READ, c.bufferSize), "bytes");
+    InputStreamRecordFile in(bytes, streamOptions(RecordFile::READ, bufferSize), "bytes");
     std::string got;
     for (std::string const& chunk : readAll(in, 5)) {
       ASSERT_LE(chunk.size(), 5u);
@@ -67,63 +66,46 @@ TEST(RecfmS, AutoFlushHandsEachRecordOverAtOnce) {
 }
 
 TEST(RecfmS, EndOfInputGivesAnEmptyRecordOnlyAfterAFullOne) {
-  struct Case {
-    std::string input;
-    Records records;  // read 4 bytes at a time, in blocks of 3
-  };
-  Case const cases[] = {
-      {"", {"", "<end>"}},
-      {"abcd", {"abcd", "", "<end>"}},
-      {"abcde", {"abcd", "e", "<end>"}},
-  };
-  for (Case const& c : cases) {
-    SCOPED_TRACE(c.input);
-    std::istringstream source(c.input);
+  // input, and the records read 4 bytes at a time in blocks of 3
+  std::pair<std::string, Records> const cases[] = {
+      {"", {"", "<end>"}}, {"abcd", {"abcd", "", "<end>"}}, {"abcde", {"abcd", "e", "<end>"}}};
+  for (auto const& [input, records] : cases) {
+    SCOPED_TRACE(input);
+    std::istringstream source(input);
     InputStreamRecordFile in(source, streamOptions(RecordFile::READ, 3),
                              InputStreamRecordFile::DEFAULT_FILENAME);
-    for (std::string const& record : c.records) EXPECT_EQ(record, nextRecord(in, 4));
+    for (std::string const& record : records) EXPECT_EQ(record, nextRecord(in, 4));
   }
 }
 
 // A note inside the bytes the block holds moves no device position; one past them (even inside the
 // block's capacity) goes to the device rather than to bytes never read.
 TEST(RecfmS, SeekStaysInTheBlockOnlyForBytesItHolds) {
-  struct Case {
-    int bufferSize, maxFill;
-    long long note;
-    std::vector<long long> seeks;
-    std::string next;
-  };
-  Case const cases[] = {
-      {16, 0, 2, {}, "23456789"},
-      {64, 4, 6, {6}, "6789"},
-  };
-  for (Case const& c : cases) {
-    SCOPED_TRACE(c.note);
-    MemoryRecordFile file("0123456789", streamOptions(RecordFile::READ, c.bufferSize), c.maxFill);
+  // bufferSize, maxFill, note, device seeks, next record
+  std::tuple<int, int, long long, std::vector<long long>, std::string> const cases[] = {
+      {16, 0, 2, {}, "23456789"}, {64, 4, 6, {6}, "6789"}};
+  for (auto const& [bufferSize, maxFill, at, seeks, next] : cases) {
+    SCOPED_TRACE(at);
+    MemoryRecordFile file("0123456789", streamOptions(RecordFile::READ, bufferSize), maxFill);
     ASSERT_EQ("01", nextRecord(file, 2));
     ASSERT_EQ("23", nextRecord(file, 2));
-    long long note = c.note;
+    long long note = at;
     ASSERT_TRUE(file.seek(&note));
-    EXPECT_EQ(c.seeks, file.seeks);
-    EXPECT_EQ(c.next, nextRecord(file, 8));
+    EXPECT_EQ(seeks, file.seeks);
+    EXPECT_EQ(next, nextRecord(file, 8));
   }
 }
 
 TEST(RecfmS, WriteModesNeverReadTheDevice) {
-  struct Case {
-    RecordFile::OpenMode mode;
-    std::vector<int> flushes;
-    std::string after;
-  };
-  Case const cases[] = {{RecordFile::WRITE, {2, 2, 1}, "abcde"}, {RecordFile::APPEND, {2, 2, 1}, "oldabcde"}};
-  for (Case const& c : cases) {
-    MemoryRecordFile file("old", streamOptions(c.mode, 2));
+  std::pair<RecordFile::OpenMode, std::string> const cases[] = {{RecordFile::WRITE, "abcde"},
+                                                                {RecordFile::APPEND, "oldabcde"}};
+  for (auto const& [mode, after] : cases) {
+    MemoryRecordFile file("old", streamOptions(mode, 2));
     file.write("abcde", 5, CC_SINGLE);
     file.flush();
-    EXPECT_EQ(c.after, file.bytes);
+    EXPECT_EQ(after, file.bytes);
     EXPECT_TRUE(file.fills.empty());
-    EXPECT_EQ(c.flushes, file.flushes);
+    EXPECT_EQ((std::vector<int>{2, 2, 1}), file.flushes);
   }
 }
 
@@ -154,9 +136,10 @@ TEST(OpenOptions, DefaultsAndTheProcessWideRecordLength) {
 }
 
 TEST(RecordFileContract, BlankLinesForEachControl) {
-  CarriageControlType const controls[] = {CC_SINGLE, CC_NEW_PAGE, CC_OVERPRINT, CC_DOUBLE, CC_TRIPLE};
-  int const blankLines[] = {0, 0, 0, 1, 2};
-  for (int i = 0; i < 5; ++i) EXPECT_EQ(blankLines[i], blankLinesForControlChar(controls[i])) << i;
+  EXPECT_EQ((std::vector<int>{0, 0, 0, 1, 2}),
+            (std::vector<int>{blankLinesForControlChar(CC_SINGLE), blankLinesForControlChar(CC_NEW_PAGE),
+                              blankLinesForControlChar(CC_OVERPRINT), blankLinesForControlChar(CC_DOUBLE),
+                              blankLinesForControlChar(CC_TRIPLE)}));
 }
 
 TEST(RecordFileDeathTest, MisuseGoesToTheAssertionFailure) {

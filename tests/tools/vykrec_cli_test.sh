@@ -75,13 +75,6 @@ same "UTF-16LE starts with the mark" "$work/u16expected" "$work/u16head"
 check "UTF-16LE to latin1" 0 "$vykrec" copy --from V --to V --from-encoding UTF-16LE --to-encoding ISO-8859-1 \
   "$work/text.u16" "$work/back16.txt"
 same "latin1 to UTF-16LE and back is byte for byte" "$work/latin1.txt" "$work/back16.txt"
-check "latin1 to UTF-8 with mark" 0 "$vykrec" copy --from V --to V --from-encoding ISO-8859-1 \
-  --to-encoding UTF-8 --bom "$work/latin1.txt" "$work/text.u8"
-check "UTF-8 to UTF-16BE" 0 "$vykrec" copy --from V --to V --from-encoding UTF-8 --to-encoding UTF-16BE \
-  "$work/text.u8" "$work/text.u16be"
-check "UTF-16BE to latin1" 0 "$vykrec" copy --from V --to V --from-encoding UTF-16BE --to-encoding ISO-8859-1 \
-  "$work/text.u16be" "$work/back8.txt"
-same "latin1 through UTF-8 and UTF-16BE and back" "$work/latin1.txt" "$work/back8.txt"
 check "unknown encoding" 2 "$vykrec" copy --from-encoding NO-SUCH-CODE "$work/latin1.txt"
 check_stderr "unknown encoding message" "unknown encoding 'NO-SUCH-CODE'"
 check "bom without a mark" 2 "$vykrec" copy --to V --to-encoding IBM-1047 --bom "$work/latin1.txt"
