@@ -7,6 +7,7 @@
 #include <thread>
 #include <vector>
 
+#include "tests/support/TestEncodings.h"
 #include "vyk/enc/UnicodeCharConverter.h"
 #include "vyk/util/Exception.h"
 
@@ -27,14 +28,7 @@ Kind kindOf(CharConverter const& converter) {
   return dynamic_cast<UnicodeCharConverter const*>(&converter) != nullptr ? UNICODE : ICONV;
 }
 
-// Records the handler calls as letters.
-class RecordingHandler : public CharConverter::ErrorHandler {
- public:
-  void onOverflow() const override { calls += 'O'; }
-  void onInvalid() const override { calls += 'I'; }
-  void onUnmappable() const override { calls += 'U'; }
-  mutable std::string calls;
-};
+using RecordingHandler = testing::RecordingErrorHandler;
 
 // The kind of converter chosen, its bytes into an exact-size target (AddressSanitizer sees any write
 // past it; 0: as large as the converter asks) and the handler calls.

@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/TestEncodings.h"
+
 namespace vyk {
 namespace {
 
@@ -38,14 +40,6 @@ class LoggingConverter : public SingleByteCharConverter {
   Flags* log_;
 };
 
-class CountingHandler : public CharConverter::ErrorHandler {
- public:
-  void onOverflow() const override { calls += 'O'; }
-  void onInvalid() const override { calls += 'I'; }
-  void onUnmappable() const override { calls += 'U'; }
-  mutable std::string calls;
-};
-
 // A stream over a logging converter, writing to `target`; a null handler is the default one, which throws.
 struct Stream {
   Stream(CharConverter::ErrorHandler const* handler, std::ostringstream& target, Flags& log)
@@ -57,7 +51,7 @@ struct Stream {
 // Full put areas are converted as they fill, the rest at a flush or in the destructor, each as the end
 // of a run; a handler that returns drops the rest of the pending bytes.
 TEST(CharConverterOutputStreamBuf, ConvertsFullAreasFlushesAndTheRest) {
-  CountingHandler handler;
+  testing::RecordingErrorHandler handler;
   std::ostringstream target, flushed;
   Flags log, flushLog;
   {

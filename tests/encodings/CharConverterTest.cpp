@@ -8,6 +8,7 @@
 #include <thread>
 #include <vector>
 
+#include "tests/support/TestEncodings.h"
 #include "vyk/util/Exception.h"
 
 namespace vyk {
@@ -31,24 +32,8 @@ class StoppingConverter : public SingleByteCharConverter {
   }
 };
 
-struct HandlerThrew {};
-
-// Writes one letter per call (O, I, U) and throws when asked to.
-class RecordingHandler : public CharConverter::ErrorHandler {
- public:
-  explicit RecordingHandler(bool throws) : throws_(throws) {}
-  void onOverflow() const override { record('O'); }
-  void onInvalid() const override { record('I'); }
-  void onUnmappable() const override { record('U'); }
-  mutable std::string calls;
-
- private:
-  void record(char c) const {
-    calls += c;
-    if (throws_) throw HandlerThrew();
-  }
-  bool throws_;
-};
+using testing::HandlerThrew;
+using RecordingHandler = testing::RecordingErrorHandler;
 
 enum Wrapper { CONVERT, PAD, PAD_OR_TRUNC, TRUNC };
 typedef unsigned long (CharConverter::*Counted)(char const*, unsigned long, char*, unsigned long) const;

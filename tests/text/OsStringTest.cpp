@@ -11,6 +11,8 @@
 #include <thread>
 #include <vector>
 
+#include "tests/support/TestEncodings.h"
+
 namespace vyk {
 namespace {
 
@@ -49,14 +51,6 @@ struct Latin1ToUtf8 : CharConverter {
   mutable int mostInside_ = 0;
 };
 
-// A handler that returns, counting what it was told.
-struct CountingHandler : CharConverter::ErrorHandler {
-  void onOverflow() const override { ++overflows; }
-  void onInvalid() const override { ++invalids; }
-  void onUnmappable() const override { ++unmappables; }
-  mutable int overflows = 0, invalids = 0, unmappables = 0;
-};
-
 struct OsStrings : ::testing::Test {
   void TearDown() override { resetOsStringConverter(); }
 };
@@ -90,7 +84,7 @@ TEST_F(OsStrings, FaultsGoToTheHandlerAndReleaseTheLock) {
   std::future<void> other = std::async(std::launch::async, [] { resetOsStringConverter(); });
   ASSERT_EQ(std::future_status::ready, other.wait_for(std::chrono::seconds(20)));
   // A handler that returns ends the conversion at the fault.
-  CountingHandler handler;
+  testing::CountingErrorHandler handler;
   setOsStringConverters(new Latin1ToUtf8(&handler), new Latin1ToUtf8(&handler));
   EXPECT_EQ("a\xC3\xA9", convertSessionStringToOsString("a\xE9\x80zz"));
   EXPECT_EQ("a\xC3\xA9", convertOsStringToSessionString("a\xE9\x81zz"));
