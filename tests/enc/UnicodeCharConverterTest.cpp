@@ -6,7 +6,6 @@
 
 #include <random>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "vyk/enc/IconvConverterFactory.h"
@@ -157,30 +156,6 @@ TEST(UnicodeCharConverter, StopsInFrontOfAFault) {
     EXPECT_EQ(c.code, step(*make(c.from, c.to), s, s + c.in.size(), 16, true, written));
     EXPECT_EQ(c.consumed, s - c.in.data());
     EXPECT_EQ(c.out, written);
-  }
-}
-
-// One converter shared by several threads gives each the same answer.
-TEST(UnicodeCharConverter, ServesSeveralThreadsAtOnce) {
-  std::mt19937 random(7);
-  for (Pair const& c : {Pair{"UTF-8", "IBM-1047"}, Pair{"UTF-16LE", "UTF-8"}}) {
-    SCOPED_TRACE(std::string(c.from) + " to " + c.to);
-    std::string const source = randomText(random, 2000, 0xFF, c.from);
-    std::string expected;
-    ASSERT_TRUE(iconvConvert(c.from, c.to, source, expected));
-    IntrusivePointer<CharConverter> converter = make(c.from, c.to);
-    std::vector<std::string> results(4);
-    std::vector<std::thread> threads;
-    for (std::string& result : results) {
-      threads.emplace_back([&converter, &source, &result] {
-        for (int round = 0; round < 50; ++round) {
-          std::vector<char> out(converter->maxRequiredOutputBufferLength(source.size()));
-          result.assign(out.data(), converter->convert(source.data(), source.size(), out.data(), out.size()));
-        }
-      });
-    }
-    for (std::thread& t : threads) t.join();
-    for (std::string const& result : results) EXPECT_EQ(expected, result);
   }
 }
 
