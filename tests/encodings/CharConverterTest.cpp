@@ -58,6 +58,7 @@ TEST(CharConverter, WrappersDispatchCodesAndPadAfterTheHandler) {
       {PAD, "a!c", 5, false, "a####", -1, "I"},
       {PAD, "a!c", 5, true, "a....", -1, "I"},
       {PAD_OR_TRUNC, "abcdef", 4, false, "abcd", -1, ""},
+      {PAD_OR_TRUNC, "abc", 4, false, "abc#", -1, ""},
       {PAD_OR_TRUNC, "a?cdef", 4, false, "a###", -1, "U"},
       {PAD_OR_TRUNC, "a!cdef", 4, true, "a...", -1, "I"},
       {TRUNC, "abcdef", 4, false, "abcd", 4, ""},
