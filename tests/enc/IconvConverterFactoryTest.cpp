@@ -59,10 +59,7 @@ TEST(IconvConverterFactory, ChoosesAConverterAndReportsFaults) {
       {"CP1252", "ISO-8859-1", TABLE, "ab\x81z", 8, "ab", "I"},  // 0x81 is no character of CP1252
       {"CP1252", "ISO-8859-1", TABLE, "abcdef", 3, "abc", "O"},
       {"UTF-8", "ISO-8859-1", UNICODE, "a\xE2\x82\xAC", 8, "a", "U"},
-      {"UTF-8", "ISO-8859-1", UNICODE, "a\xFFz", 8, "a", "I"},
       {"UTF-8", "ISO-8859-1", UNICODE, "a\xC3", 8, "a", "I"},  // cut short at the end of the source
-      {"ISO-8859-1", "UTF-8", UNICODE, "\xE9\xE9\xE9", 5, "\xC3\xA9\xC3\xA9", "O"},
-      {"UTF-8", "IBM-1047", UNICODE, "a\xE2\x82\xAC", 8, "\x81", "U"},
   };
   for (Case const& c : cases) {
     SCOPED_TRACE(std::string(c.from) + " to " + c.to + ": " + c.in);
