@@ -6,6 +6,7 @@
 #include <cstring>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include "tests/support/TestEncodings.h"
@@ -114,27 +115,23 @@ TEST(CharConverter, DefaultHandlerThrowsTheNestedExceptions) {
 // byte read or written too far; the same buffer in place; the pad byte written as given.
 TEST(CharConverter, NamedConvertersMapInsideBothBuffersAndPadUntranslated) {
   typedef IntrusivePointer<CharConverter> (*Factory)(CharConverter::ErrorHandler const*);
-  struct Case {
-    Factory factory;
-    bool identity;
-    std::string in, out;
-  };
+  // The converter, whether it is the identity, a text and what it becomes.
   std::string const latin = "Hi,\n\xFF\x85[]ABCDEFGHIJ",
                     ebcdic = "\xC8\x89\x6B\x15\xDF\x25\xAD\xBD\xC1\xC2\xC3\xC4\xC5\xC6\xC7\xC8\xC9\xD1";
-  Case const cases[] = {
+  std::tuple<Factory, bool, std::string, std::string> const cases[] = {
       {&SingleByteCharConverter::identity, true, latin, latin},
       {&SingleByteCharConverter::compilerToIso88591, false, latin, latin},
       {&SingleByteCharConverter::iso88591ToOpenEd1047, false, latin, ebcdic},
       {&SingleByteCharConverter::compilerToOpenEd1047, false, latin, ebcdic},
       {&SingleByteCharConverter::openEd1047ToIso88591, false, ebcdic, latin},
   };
-  for (Case const& c : cases) {
-    SCOPED_TRACE(c.out);
-    IntrusivePointer<CharConverter> converter = c.factory(nullptr);
-    EXPECT_EQ(c.identity, converter->isIdentity());
-    for (std::size_t srcLen = 0; srcLen <= c.in.size(); ++srcLen) {
-      for (std::size_t dstLen = 0; dstLen <= c.in.size(); ++dstLen) {
-        std::vector<char> src(c.in.begin(), c.in.begin() + srcLen), dst(dstLen, '.');
+  for (auto const& [factory, identity, in, out] : cases) {
+    SCOPED_TRACE(out);
+    IntrusivePointer<CharConverter> converter = factory(nullptr);
+    EXPECT_EQ(identity, converter->isIdentity());
+    for (std::size_t srcLen = 0; srcLen <= in.size(); ++srcLen) {
+      for (std::size_t dstLen = 0; dstLen <= in.size(); ++dstLen) {
+        std::vector<char> src(in.begin(), in.begin() + srcLen), dst(dstLen, '.');
         char const* source = src.data();
         char* target = dst.data();
         CharConverter::ErrorCode code = CharConverter::Invalid;
@@ -144,15 +141,15 @@ TEST(CharConverter, NamedConvertersMapInsideBothBuffersAndPadUntranslated) {
         ASSERT_EQ(srcLen > dstLen ? CharConverter::Overflow : CharConverter::Ok, code)
             << srcLen << " " << dstLen;
         ASSERT_EQ(src.data() + n, source);
-        ASSERT_EQ(c.out.substr(0, n) + std::string(dstLen - n, '.'), std::string(dst.begin(), dst.end()));
+        ASSERT_EQ(out.substr(0, n) + std::string(dstLen - n, '.'), std::string(dst.begin(), dst.end()));
       }
     }
-    std::string buffer = c.in;
+    std::string buffer = in;
     EXPECT_EQ(buffer.size(), converter->convert(buffer.data(), buffer.size(), &buffer[0], buffer.size()));
-    EXPECT_EQ(c.out, buffer);
+    EXPECT_EQ(out, buffer);
     char padded[4];
-    converter->convertAndPad(c.in.data(), 1, padded, 4, '\x15');
-    EXPECT_EQ(c.out.substr(0, 1) + "\x15\x15\x15", std::string(padded, 4));
+    converter->convertAndPad(in.data(), 1, padded, 4, '\x15');
+    EXPECT_EQ(out.substr(0, 1) + "\x15\x15\x15", std::string(padded, 4));
   }
   RecordingHandler handler(false);
   EXPECT_EQ(&handler, SingleByteCharConverter::iso88591ToOpenEd1047(&handler)->getErrorHandler());

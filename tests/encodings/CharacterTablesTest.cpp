@@ -29,30 +29,22 @@ TEST(CharacterTables, ResetRestoresWhatTheApplicationChanged) {
 }
 
 TEST(CharacterTables, IsUpperAndIsLowerPassOverNonLetters) {
-  struct Case {
-    char const* text;
-    bool upper, lower;
-  };
-  Case const cases[] = {{"", true, true},         {"123", true, true},  {"ABC 1", true, false},
-                        {"abc", false, true},     {"aB", false, false}, {"\xC0\xC1", true, false},
-                        {"\xE0\xDF", false, true}};
-  for (Case const& c : cases) {
-    SCOPED_TRACE(c.text);
-    EXPECT_EQ(c.upper, sbcs::vyk_strisupper(c.text));
-    EXPECT_EQ(c.lower, sbcs::vyk_strislower(c.text));
+  // A text, whether it is upper case, whether lower case.
+  std::tuple<char const*, bool, bool> const cases[] = {
+      {"", true, true},     {"123", true, true},       {"ABC 1", true, false},   {"abc", false, true},
+      {"aB", false, false}, {"\xC0\xC1", true, false}, {"\xE0\xDF", false, true}};
+  for (auto const& [text, upper, lower] : cases) {
+    SCOPED_TRACE(text);
+    EXPECT_EQ(upper, sbcs::vyk_strisupper(text));
+    EXPECT_EQ(lower, sbcs::vyk_strislower(text));
   }
 }
 
 // Counted texts, then a string against a zero-terminated text; bytes compare folded and
 // unsigned, the shorter text is the lesser.
 TEST(CharacterTables, Icomparen) {
-  struct Case {
-    std::string s, t;
-    unsigned long limit;
-    int expected;
-    bool counted;
-  };
-  Case const cases[] = {
+  // Both texts, the limit, the result, and whether the counted form is used.
+  std::tuple<std::string, std::string, unsigned long, int, bool> const cases[] = {
       {"abc", "ABC", 10, 0, true},
       {"abc", "abd", 10, 'c' - 'd', true},
       {"abc", "ab", 10, 1, true},
@@ -71,12 +63,12 @@ TEST(CharacterTables, Icomparen) {
       {"\x9F", "z", 5, 0xFF - 0x7A, false},
       {"a", "\xC9", 5, -136, false},
   };
-  for (Case const& c : cases) {
-    SCOPED_TRACE(c.s + " " + c.t);
-    if (c.counted) {
-      EXPECT_EQ(c.expected, sbcs::icomparen(c.s.data(), c.s.size(), c.t.data(), c.t.size(), c.limit));
+  for (auto const& [s, t, limit, expected, counted] : cases) {
+    SCOPED_TRACE(s + " " + t);
+    if (counted) {
+      EXPECT_EQ(expected, sbcs::icomparen(s.data(), s.size(), t.data(), t.size(), limit));
     } else {
-      EXPECT_EQ(c.expected, sbcs::icomparen(c.s, c.t.c_str(), c.limit));
+      EXPECT_EQ(expected, sbcs::icomparen(s, t.c_str(), limit));
     }
   }
   EXPECT_EQ('x' - 'y', sbcs::icomparen("abcX", "ABCy", 4));  // both zero-terminated
@@ -157,14 +149,13 @@ TEST(CharacterTables, ReadersFollowTablesRewrittenAtRunTime) {
 }
 
 TEST(CharRepresentation, AlphanumericValues) {
-  struct Case {
-    unsigned char ascii, ebcdic, value;
-  };
-  Case const cases[] = {{'0', 0xF0, 0},  {'9', 0xF9, 9},  {'A', 0xC1, 10}, {'i', 0x89, 18},
-                        {'J', 0xD1, 19}, {'r', 0x99, 27}, {'S', 0xE2, 28}, {'z', 0xA9, 35}};
-  for (Case const& c : cases) {
-    EXPECT_EQ(c.value, CharRepresentation::ASCII_ALPHANUMERIC_TABLE[c.ascii]);
-    EXPECT_EQ(c.value, CharRepresentation::EBCDIC_ALPHANUMERIC_TABLE[c.ebcdic]);
+  // The character in ASCII and in EBCDIC, and its value.
+  std::tuple<unsigned char, unsigned char, unsigned char> const cases[] = {
+      {'0', 0xF0, 0},  {'9', 0xF9, 9},  {'A', 0xC1, 10}, {'i', 0x89, 18},
+      {'J', 0xD1, 19}, {'r', 0x99, 27}, {'S', 0xE2, 28}, {'z', 0xA9, 35}};
+  for (auto const& [ascii, ebcdic, value] : cases) {
+    EXPECT_EQ(value, CharRepresentation::ASCII_ALPHANUMERIC_TABLE[ascii]);
+    EXPECT_EQ(value, CharRepresentation::EBCDIC_ALPHANUMERIC_TABLE[ebcdic]);
   }
   for (unsigned char bad : {0x00, 0x2F, 0x3A, 0x40, 0x5B, 0x60, 0x7B, 0xFF}) {
     EXPECT_EQ(0xFF, CharRepresentation::ASCII_ALPHANUMERIC_TABLE[bad]);

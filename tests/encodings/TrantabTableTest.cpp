@@ -6,6 +6,7 @@
 
 #include <map>
 #include <string>
+#include <tuple>
 #include <utility>
 
 namespace vyk {
@@ -33,18 +34,16 @@ TEST(TrantabTable, OpenEditionTablesArePermutationsAndExactInverses) {
 TEST(TrantabTable, OpenEditionSpotValues) {
   // Line ends of the OpenEdition form, and the six characters where code page 1047 and code page 37
   // part ways: [ ] ^ not-sign Y-acute diaeresis (37 has them at BA BB B0 5F AD BD).
-  struct Case {
-    unsigned char iso, ebcdic;
-  };
-  Case const cases[] = {
+  // ISO 8859-1 byte, IBM-1047 byte.
+  std::tuple<unsigned char, unsigned char> const cases[] = {
       {0x41, 0xC1}, {0x20, 0x40}, {0x0A, 0x15}, {0x85, 0x25}, {0xFF, 0xDF}, {0x00, 0x00}, {0x0D, 0x0D},
       {0x7F, 0x07}, {'0', 0xF0},  {'a', 0x81},  {'|', 0x4F},  {'!', 0x5A},  {'[', 0xAD},  {']', 0xBD},
       {'^', 0x5F},  {0xAC, 0xB0}, {0xDD, 0xBA}, {0xA8, 0xBB}, {0xA0, 0x41}, {0xE9, 0x51}, {0x9F, 0xFF},
   };
-  for (Case const& c : cases) {
-    SCOPED_TRACE(static_cast<int>(c.iso));
-    EXPECT_EQ(c.ebcdic, toEbcdic()[c.iso]);
-    EXPECT_EQ(c.iso, fromEbcdic()[c.ebcdic]);
+  for (auto const& [iso, ebcdic] : cases) {
+    SCOPED_TRACE(static_cast<int>(iso));
+    EXPECT_EQ(ebcdic, toEbcdic()[iso]);
+    EXPECT_EQ(iso, fromEbcdic()[ebcdic]);
   }
 }
 

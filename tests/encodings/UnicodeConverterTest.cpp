@@ -6,6 +6,7 @@
 #include <cstring>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 namespace vyk {
@@ -179,12 +180,8 @@ TEST(UnicodeConverter, InvalidStrategies) {
 }
 
 TEST(UnicodeConverter, UnmappableStrategiesWriteTheirTextInTheTargetEncoding) {
-  struct Case {
-    int strategy;
-    char const* latin1;  // nullptr: throws
-    char const* ebcdic;  // the same text on IBM-1047
-  };
-  Case const cases[] = {
+  // The strategy, its text on ISO 8859-1 and on IBM-1047 (nullptr: throws).
+  std::tuple<int, char const*, char const*> const cases[] = {
       {UC::UNMAPPABLE_SUBSTITUTE, "\x1A", "\x3F"},
       {UC::UNMAPPABLE_SKIP, "", ""},
       {UC::UNMAPPABLE_NCR, "&#8364;", "\x50\x7B\xF8\xF3\xF6\xF4\x5E"},
@@ -194,19 +191,19 @@ TEST(UnicodeConverter, UnmappableStrategiesWriteTheirTextInTheTargetEncoding) {
       {6, nullptr, nullptr},
   };
   U16 const text = {0x41, 0x20AC, 0x42};
-  for (Case const& c : cases) {
-    SCOPED_TRACE(c.strategy);
+  for (auto const& [strategy, latin1Text, ebcdicText] : cases) {
+    SCOPED_TRACE(strategy);
     IntrusivePointer<UC> latin1 = UC::iso88591ToUnicode(), ebcdic = UC::openEdition1047ToUnicode();
-    latin1->setUnmappableStrategy(c.strategy);
-    ebcdic->setUnmappableStrategy(c.strategy);
-    if (c.latin1 == nullptr) {
+    latin1->setUnmappableStrategy(strategy);
+    ebcdic->setUnmappableStrategy(strategy);
+    if (latin1Text == nullptr) {
       char buf[8];
       EXPECT_THROW(latin1->fromUnicode(text, buf, sizeof buf), UC::UnmappableError);
       EXPECT_THROW(latin1->fromUnicode(text), UC::UnmappableError);
       continue;
     }
-    EXPECT_EQ(std::string("A") + c.latin1 + "B", latin1->fromUnicode(text));
-    EXPECT_EQ(std::string("\xC1") + c.ebcdic + "\xC2", ebcdic->fromUnicode(text));
+    EXPECT_EQ(std::string("A") + latin1Text + "B", latin1->fromUnicode(text));
+    EXPECT_EQ(std::string("\xC1") + ebcdicText + "\xC2", ebcdic->fromUnicode(text));
   }
 }
 
@@ -247,51 +244,43 @@ TEST(UnicodeConverter, StrategyTextsSurviveBlockEnds) {
 // An encoding that cannot hold a strategy's own text: the strategy falls back to U+001A, then to
 // '?', then reports the character, and never recurses.
 TEST(UnicodeConverter, StrategyTextsTheEncodingCannotHoldFallBack) {
-  struct Case {
-    bool hasSubstitute, hasQuestionMark;
-    int strategy;
-    char const* bytes;  // nullptr: throws
-  };
-  Case const cases[] = {
+  // Whether the encoding has U+001A and '?', the strategy, the bytes written (nullptr: throws).
+  std::tuple<bool, bool, int, char const*> const cases[] = {
       {true, true, UC::UNMAPPABLE_NCR, "\x05"},    {true, true, UC::UNMAPPABLE_UESC, "\x05"},
       {false, true, UC::UNMAPPABLE_PAREN, "\x06"}, {false, true, UC::UNMAPPABLE_SUBSTITUTE, "\x06"},
       {false, false, UC::UNMAPPABLE_NCR, nullptr}, {false, false, UC::UNMAPPABLE_SKIP, ""},
   };
-  for (Case const& c : cases) {
-    SCOPED_TRACE(c.strategy);
+  for (auto const& [hasSubstitute, hasQuestionMark, strategy, bytes] : cases) {
+    SCOPED_TRACE(strategy);
     unsigned short table[256];  // byte i is U+0100+i, but 'A' at 0x41 and the fall-backs where asked
     for (int i = 0; i < 256; ++i) table[i] = static_cast<unsigned short>(0x100 + i);
     table[0x41] = 'A';
-    if (c.hasSubstitute) table[0x05] = 0x1A;
-    if (c.hasQuestionMark) table[0x06] = '?';
+    if (hasSubstitute) table[0x05] = 0x1A;
+    if (hasQuestionMark) table[0x06] = '?';
     SBCSUnicodeConverter sbcs(table);
-    sbcs.setUnmappableStrategy(c.strategy);
-    if (c.bytes == nullptr) {
+    sbcs.setUnmappableStrategy(strategy);
+    if (bytes == nullptr) {
       EXPECT_THROW(sbcs.fromUnicode(U16{0x41, 0x20AC}), UC::UnmappableError);
     } else {
-      EXPECT_EQ(std::string("A") + c.bytes, sbcs.fromUnicode(U16{0x41, 0x20AC}));
+      EXPECT_EQ(std::string("A") + bytes, sbcs.fromUnicode(U16{0x41, 0x20AC}));
     }
   }
 }
 
 TEST(SingleByteConverters, MapBytesAndUnits) {
-  struct Case {
-    IntrusivePointer<UC> (*factory)();
-    unsigned char byte;
-    unsigned short unit;
-  };
-  Case const cases[] = {
+  // The factory, a byte and its unit.
+  std::tuple<IntrusivePointer<UC> (*)(), unsigned char, unsigned short> const cases[] = {
       {UC::usasciiToUnicode, 0x7F, 0x7F},         {UC::iso88591ToUnicode, 0xFF, 0xFF},
       {UC::openEdition1047ToUnicode, 0xC1, 0x41}, {UC::openEdition1047ToUnicode, 0x15, 0x0A},
       {UC::openEdition1047ToUnicode, 0x25, 0x85}, {UC::ebcdic1047ToUnicode, 0x15, 0x85},
       {UC::ebcdic1047ToUnicode, 0x25, 0x0A},      {UC::ebcdic1047ToUnicode, 0xAD, 0x5B},
   };
-  for (Case const& c : cases) {
-    SCOPED_TRACE(c.byte);
-    IntrusivePointer<UC> conv = c.factory();
-    char byte = static_cast<char>(c.byte);
-    EXPECT_EQ(U16(1, c.unit), conv->toUnicode(&byte, 1));
-    EXPECT_EQ(std::string(1, byte), conv->fromUnicode(c.unit));
+  for (auto const& [factory, value, unit] : cases) {
+    SCOPED_TRACE(value);
+    IntrusivePointer<UC> conv = factory();
+    char byte = static_cast<char>(value);
+    EXPECT_EQ(U16(1, unit), conv->toUnicode(&byte, 1));
+    EXPECT_EQ(std::string(1, byte), conv->fromUnicode(unit));
   }
   // US-ASCII reads every byte in but writes only up to 0x7F.
   EXPECT_EQ(U16(1, 0x80), UC::usasciiToUnicode()->toUnicode("\x80"));

@@ -7,6 +7,7 @@
 #include <random>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include "vyk/util/Exception.h"
@@ -235,18 +236,16 @@ struct Colours : StringLookupResultBase {
 TEST(StringLookupResult, KeysOfOneValueComeInTheOrderAdded) {
   Colours colours;
   EXPECT_EQ((std::vector<unsigned long>{0, 3, 5}), colours.getGroupStarts());
-  struct Case {
-    int value;
-    std::vector<unsigned long> keys;
-  };
-  Case const cases[] = {{1, {0, 2, 4}}, {2, {1, 5}}, {3, {3}}, {0, {}}, {4, {}}};
-  for (Case const& c : cases) {
-    SCOPED_TRACE(c.value);
-    StringRange range = colours.find(c.value);
+  // A value and its keys in result order.
+  std::tuple<int, std::vector<unsigned long>> const cases[] = {
+      {1, {0, 2, 4}}, {2, {1, 5}}, {3, {3}}, {0, {}}, {4, {}}};
+  for (auto const& [value, expected] : cases) {
+    SCOPED_TRACE(value);
+    StringRange range = colours.find(value);
     std::vector<unsigned long> keys;
     for (unsigned long p = range.first; p < range.end; ++p) keys.push_back((*range.resultOrder)[p]);
-    EXPECT_EQ(c.keys, keys);
-    EXPECT_EQ(c.keys.empty() ? nullptr : &colours, range.lookup);
+    EXPECT_EQ(expected, keys);
+    EXPECT_EQ(expected.empty() ? nullptr : &colours, range.lookup);
   }
 }
 
