@@ -17,21 +17,13 @@ namespace {
 
 // Copies bytes like the identity, but stops in front of '!' with Invalid and in front of '?' with
 // Unmappable, as a converter for a real multi-byte encoding would.
-class StoppingConverter : public SingleByteCharConverter {
- public:
-  using CharConverter::convert;
-  explicit StoppingConverter(ErrorHandler const* handler) : SingleByteCharConverter(handler) {}
-  void convert(char const** source, char const* sourceEnd, char** target, char const* targetEnd, bool, bool,
-               ErrorCode& code, bool) const override {
-    code = Ok;
-    for (; *source != sourceEnd; *(*target)++ = *(*source)++) {
-      if (**source == '!' || **source == '?' || *target == targetEnd) {
-        code = **source == '!' ? Invalid : **source == '?' ? Unmappable : Overflow;
-        return;
-      }
-    }
-  }
-};
+IntrusivePointer<CharConverter> stopping(CharConverter::ErrorHandler const* handler) {
+  IntrusivePointer<testing::TestConverter> converter(new testing::TestConverter(
+      testing::TestEncoding::LATIN1, testing::TestEncoding::LATIN1, handler, nullptr));
+  converter->invalidAt = '!';
+  converter->unmappableAt = '?';
+  return converter;
+}
 
 using testing::HandlerThrew;
 using RecordingHandler = testing::RecordingErrorHandler;
@@ -69,19 +61,20 @@ TEST(CharConverter, WrappersDispatchCodesAndPadAfterTheHandler) {
   for (Case const& c : cases) {
     SCOPED_TRACE(std::to_string(c.wrapper) + " " + c.source + " " + std::to_string(c.dstLen));
     RecordingHandler handler(c.handlerThrows);
-    StoppingConverter converter(&handler);
+    IntrusivePointer<CharConverter> const converter = stopping(&handler);
     std::string const source(c.source);
     std::vector<char> dst(c.dstLen, '.');
     long result = -1;
     try {
       if (c.wrapper == PAD || c.wrapper == PAD_OR_TRUNC) {
-        (converter.*
-         (c.wrapper == PAD ? &CharConverter::convertAndPad : &CharConverter::convertAndPadOrTrunc))(
+        (converter.get()->*(c.wrapper == PAD ? &CharConverter::convertAndPad
+                                             : &CharConverter::convertAndPadOrTrunc))(
             source.data(), source.size(), dst.data(), dst.size(), '#');
       } else {
-        result = static_cast<long>((converter.*(c.wrapper == CONVERT ? Counted(&CharConverter::convert)
-                                                                     : &CharConverter::convertAndTrunc))(
-            source.data(), source.size(), dst.data(), dst.size()));
+        result =
+            static_cast<long>((converter.get()->*(c.wrapper == CONVERT ? Counted(&CharConverter::convert)
+                                                                       : &CharConverter::convertAndTrunc))(
+                source.data(), source.size(), dst.data(), dst.size()));
       }
       EXPECT_FALSE(c.handlerThrows && !handler.calls.empty()) << "the handler's exception was swallowed";
     } catch (HandlerThrew const&) {
@@ -94,11 +87,11 @@ TEST(CharConverter, WrappersDispatchCodesAndPadAfterTheHandler) {
 }
 
 TEST(CharConverter, DefaultHandlerThrowsTheNestedExceptions) {
-  StoppingConverter converter(nullptr);
+  IntrusivePointer<CharConverter> const converter = stopping(nullptr);
   for (char const* source : {"abcdef", "a!", "a?"}) {
     char dst[4];
     try {
-      converter.convert(source, std::strlen(source), dst, sizeof dst);
+      converter->convert(source, std::strlen(source), dst, sizeof dst);
       ADD_FAILURE() << "no exception for " << source;
     } catch (vyk::Exception const&) {
       ADD_FAILURE() << "the converter exceptions stand outside the library's tree";

@@ -3,9 +3,13 @@
 #ifndef VYK_TESTS_SUPPORT_TESTENCODINGS_H
 #define VYK_TESTS_SUPPORT_TESTENCODINGS_H
 
+#include <algorithm>
 #include <atomic>
 #include <cstdint>
 #include <string>
+#include <thread>
+#include <utility>
+#include <vector>
 
 #include "vyk/util/CharConversionSpec.h"
 #include "vyk/util/CharConverter.h"
@@ -42,8 +46,9 @@ inline TestEncoding const kUtf32BE{ENC_UTF32BE | ENC_ASCII_LINE_ENDS, TestEncodi
 inline TestEncoding const kNoLineEnds{0, TestEncoding::LATIN1, "nolineends"};
 
 // Converts one character at a time through its code point. Stops in front of a character that is
-// malformed (Invalid), has no form in the target (Unmappable) or does not fit (Overflow). Counts its
-// calls in *calls when given.
+// malformed (Invalid), has no form in the target (Unmappable) or does not fit (Overflow), and in front
+// of the bytes set as invalidAt and unmappableAt. Counts its calls in *calls when given, logs the run
+// flags of every call, and how many threads were inside at once.
 class TestConverter : public CharConverter {
  public:
   using CharConverter::convert;
@@ -52,21 +57,24 @@ class TestConverter : public CharConverter {
                 std::atomic<int>* calls)
       : CharConverter(handler), from_(from), to_(to), calls_(calls) {}
 
-  void convert(char const** source, char const* sourceEnd, char** target, char const* targetEnd, bool, bool,
-               ErrorCode& code, bool) const override {
+  void convert(char const** source, char const* sourceEnd, char** target, char const* targetEnd, bool atStart,
+               bool atEnd, ErrorCode& code, bool) const override {
     if (calls_ != nullptr) ++*calls_;
+    mostInside = std::max(mostInside, ++inside);
+    std::this_thread::yield();  // lets another thread in, if nothing keeps it out
+    flags.push_back({atStart, atEnd});
     unsigned char const* s = reinterpret_cast<unsigned char const*>(*source);
     unsigned char const* const end = reinterpret_cast<unsigned char const*>(sourceEnd);
     code = Ok;
     while (s != end) {
       std::uint32_t cp = 0;
-      int const taken = decode(from_, s, end, cp);
+      int const taken = *s == invalidAt ? 0 : decode(from_, s, end, cp);
       if (taken == 0) {
         code = Invalid;
         break;
       }
       unsigned char bytes[4];
-      int const n = encode(to_, cp, bytes);
+      int const n = *s == unmappableAt ? 0 : encode(to_, cp, bytes);
       if (n == 0) {
         code = Unmappable;
         break;
@@ -79,12 +87,18 @@ class TestConverter : public CharConverter {
       s += taken;
     }
     *source = reinterpret_cast<char const*>(s);
+    --inside;
   }
   unsigned long maxRequiredOutputBufferLength(unsigned long sourceLength) const override {
     return 4 * sourceLength;
   }
   int maxSourceBytesPerChar() const override { return width(from_); }
   int maxTargetBytesPerChar() const override { return width(to_); }
+
+  int invalidAt = -1, unmappableAt = -1;
+  mutable std::vector<std::pair<bool, bool>> flags;  // atStart, atEnd
+  mutable std::atomic<int> inside{0};
+  mutable int mostInside = 0;
 
   static int width(TestEncoding::Form form) {
     return form == TestEncoding::LATIN1 || form == TestEncoding::EBCDIC1047 ? 1 : 4;
