@@ -29,7 +29,6 @@ using testing::HandlerThrew;
 using RecordingHandler = testing::RecordingErrorHandler;
 
 enum Wrapper { CONVERT, PAD, PAD_OR_TRUNC, TRUNC };
-typedef unsigned long (CharConverter::*Counted)(char const*, unsigned long, char*, unsigned long) const;
 
 TEST(CharConverter, WrappersDispatchCodesAndPadAfterTheHandler) {
   struct Case {
@@ -66,15 +65,20 @@ TEST(CharConverter, WrappersDispatchCodesAndPadAfterTheHandler) {
     std::vector<char> dst(c.dstLen, '.');
     long result = -1;
     try {
-      if (c.wrapper == PAD || c.wrapper == PAD_OR_TRUNC) {
-        (converter.get()->*(c.wrapper == PAD ? &CharConverter::convertAndPad
-                                             : &CharConverter::convertAndPadOrTrunc))(
-            source.data(), source.size(), dst.data(), dst.size(), '#');
-      } else {
-        result =
-            static_cast<long>((converter.get()->*(c.wrapper == CONVERT ? Counted(&CharConverter::convert)
-                                                                       : &CharConverter::convertAndTrunc))(
-                source.data(), source.size(), dst.data(), dst.size()));
+      switch (c.wrapper) {
+        case CONVERT:
+          result =
+              static_cast<long>(converter->convert(source.data(), source.size(), dst.data(), dst.size()));
+          break;
+        case TRUNC:
+          result = static_cast<long>(
+              converter->convertAndTrunc(source.data(), source.size(), dst.data(), dst.size()));
+          break;
+        case PAD:
+          converter->convertAndPad(source.data(), source.size(), dst.data(), dst.size(), '#');
+          break;
+        case PAD_OR_TRUNC:
+          converter->convertAndPadOrTrunc(source.data(), source.size(), dst.data(), dst.size(), '#');
       }
       EXPECT_FALSE(c.handlerThrows && !handler.calls.empty()) << "the handler's exception was swallowed";
     } catch (HandlerThrew const&) {

@@ -127,11 +127,7 @@ TEST(UnicodeEscapes, StepsReturnMinusOneWithoutMoving) {
 TEST(UnicodeEscapes, LengthsAndFixedTexts) {
   EXPECT_EQ(7, uescLength(u("uUu0041").c_str()));
   EXPECT_EQ(8, uncrLength(u("##65535;").c_str()));
-  struct Case {
-    unsigned short const* (*text)();
-    unsigned short unit;
-  };
-  Case const cases[] = {
+  std::pair<unsigned short const* (*)(), unsigned short> const cases[] = {
       {backslashUniCharStar, 0x5C},
       {rbraceUniCharStar, 0x7D},
       {lbraceUniCharStar, 0x7B},
@@ -150,9 +146,8 @@ TEST(UnicodeEscapes, LengthsAndFixedTexts) {
       {poundUniCharStar, 0xA3},
       {bitcoinUniCharStar, 0x20BF},
       {leftSquareBracketUniCharStar, 0x5B},
-      {rightSquareBracketUniCharStar, 0x5D},
-  };
-  for (Case const& c : cases) EXPECT_EQ(U16(1, c.unit), U16(c.text())) << c.unit;
+      {rightSquareBracketUniCharStar, 0x5D}};
+  for (auto [text, unit] : cases) EXPECT_EQ(U16(1, unit), U16(text())) << unit;
 }
 
 // parse(generate(x)) gives x in the converter's encoding, for random texts over an alphabet rich in
