@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 
 #include "vyk/util/CharConversionSpec.h"
 #include "vyk/util/Exception.h"
@@ -12,13 +13,8 @@ namespace vyk {
 namespace {
 
 TEST(CharEncoding, FlagsAndWidthsOfKnownEncodings) {
-  struct Case {
-    char const* name;
-    std::uint32_t flags;
-    bool singleByte;
-    char const* iconvName;
-  };
-  Case const cases[] = {
+  // A name, its flags, whether it is single-byte, and the name iconv is given.
+  std::tuple<char const*, std::uint32_t, bool, char const*> const cases[] = {
       {"ISO-8859-1", 0x001, true, "ISO-8859-1"},
       {"latin1", 0x001, true, "LATIN1"},
       {"CP1252", 0x001, true, "CP1252"},
@@ -36,15 +32,15 @@ TEST(CharEncoding, FlagsAndWidthsOfKnownEncodings) {
       {"UTF-32", 0x401, false, "UTF-32LE"},
       {"EUC-JP", 0x001, false, "EUC-JP"},
   };
-  for (Case const& c : cases) {
-    SCOPED_TRACE(c.name);
-    CharEncoding const* encoding = CharEncoding::forName(c.name);
+  for (auto const& [name, flags, singleByte, iconvName] : cases) {
+    SCOPED_TRACE(name);
+    CharEncoding const* encoding = CharEncoding::forName(name);
     ASSERT_NE(nullptr, encoding);
-    EXPECT_EQ(c.flags, encoding->getFlags());
-    EXPECT_EQ(c.flags, encodingFlags(reinterpret_cast<vyk::CharEncoding const*>(encoding)));
-    EXPECT_EQ(c.singleByte, encoding->isSingleByte());
-    EXPECT_EQ(c.singleByte ? 1 : 4, encoding->getMaxBytesPerChar());
-    EXPECT_STREQ(c.iconvName, encoding->getIconvName());
+    EXPECT_EQ(flags, encoding->getFlags());
+    EXPECT_EQ(flags, encodingFlags(reinterpret_cast<vyk::CharEncoding const*>(encoding)));
+    EXPECT_EQ(singleByte, encoding->isSingleByte());
+    EXPECT_EQ(singleByte ? 1 : 4, encoding->getMaxBytesPerChar());
+    EXPECT_STREQ(iconvName, encoding->getIconvName());
   }
 }
 

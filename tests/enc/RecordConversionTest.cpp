@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "tests/support/MemoryRecordFile.h"
@@ -24,14 +25,9 @@ BaseRecordFile::OpenOptions options(RecordFile::OpenMode mode, BaseRecordFile::R
 }
 
 TEST(RecordConversion, Latin1RecordsThroughRealEncodings) {
-  struct Case {
-    BaseRecordFile::Recfm recfm;
-    char const* file;
-    bool writeBom;
-    std::string bytes;
-  };
+  // The format, the file's encoding, whether a mark is written, and the file's bytes.
   Records const records = {"Hi,", "\xE9t\xE9"};
-  Case const cases[] = {
+  std::tuple<BaseRecordFile::Recfm, char const*, bool, std::string> const cases[] = {
       // IBM-1047 through iconv: e-acute 51, t A3; the block holds two records of 3 bytes.
       {BaseRecordFile::RECFM_S370VB, "IBM-1047", false,
        "\x00\x12\x00\x00\x00\x07\x00\x00\xC8\x89\x6B\x00\x07\x00\x00\x51\xA3\x51"s},
@@ -43,17 +39,17 @@ TEST(RecordConversion, Latin1RecordsThroughRealEncodings) {
       {BaseRecordFile::RECFM_V, "UTF-32BE", true,
        "\0\0\xFE\xFF\0\0\0H\0\0\0i\0\0\0,\0\0\0\n\0\0\0\xE9\0\0\0t\0\0\0\xE9\0\0\0\n"s},
   };
-  for (Case const& c : cases) {
-    SCOPED_TRACE(c.file);
-    BaseRecordFile::OpenOptions o = options(RecordFile::WRITE, c.recfm, c.file);
-    o.writeBom = c.writeBom;
+  for (auto const& [recfm, encoding, writeBom, bytes] : cases) {
+    SCOPED_TRACE(encoding);
+    BaseRecordFile::OpenOptions o = options(RecordFile::WRITE, recfm, encoding);
+    o.writeBom = writeBom;
     {
       MemoryRecordFile file("", o);
       for (std::string const& r : records) file.write(r.data(), static_cast<int>(r.size()), CC_SINGLE);
       file.flush();
-      EXPECT_EQ(c.bytes, file.bytes);
+      EXPECT_EQ(bytes, file.bytes);
     }
-    MemoryRecordFile reader(c.bytes, options(RecordFile::READ, c.recfm, c.file));
+    MemoryRecordFile reader(bytes, options(RecordFile::READ, recfm, encoding));
     EXPECT_EQ(records, readAll(reader));
   }
 }

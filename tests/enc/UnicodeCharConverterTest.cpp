@@ -6,7 +6,7 @@
 
 #include <random>
 #include <string>
-#include <thread>
+#include <tuple>
 #include <vector>
 
 #include "vyk/enc/IconvConverterFactory.h"
@@ -71,24 +71,20 @@ struct Pair {
 };
 
 TEST(UnicodeCharConverter, AgreesWithIconvOnValidText) {
-  struct Case {
-    char const* from;
-    char const* to;
-    char32_t highest;  // the largest code point the source side can hold
-  };
-  Case const cases[] = {
+  // The pair and the largest code point the source side can hold.
+  std::tuple<char const*, char const*, char32_t> const cases[] = {
       {"UTF-8", "UTF-16LE", 0x10FFFF}, {"UTF-8", "UTF-16BE", 0x10FFFF},    {"UTF-16LE", "UTF-8", 0x10FFFF},
       {"UTF-16BE", "UTF-8", 0x10FFFF}, {"UTF-16LE", "UTF-16BE", 0x10FFFF}, {"ISO-8859-1", "UTF-8", 0xFF},
       {"UTF-8", "ISO-8859-1", 0xFF},   {"IBM-1047", "UTF-16LE", 0xFF},     {"UTF-8", "IBM-1047", 0xFF},
   };
   std::mt19937 random(20240611);
-  for (Case const& c : cases) {
-    IntrusivePointer<CharConverter> converter = make(c.from, c.to);
+  for (auto const& [from, to, highest] : cases) {
+    IntrusivePointer<CharConverter> converter = make(from, to);
     for (size_t length : {0, 1, 5, 255, 256, 257, 600}) {
-      SCOPED_TRACE(std::string(c.from) + " to " + c.to + ", " + std::to_string(length) + " characters");
-      std::string const source = randomText(random, length, c.highest, c.from);
+      SCOPED_TRACE(std::string(from) + " to " + to + ", " + std::to_string(length) + " characters");
+      std::string const source = randomText(random, length, highest, from);
       std::string expected;
-      ASSERT_TRUE(iconvConvert(c.from, c.to, source, expected));
+      ASSERT_TRUE(iconvConvert(from, to, source, expected));
       std::vector<char> out(converter->maxRequiredOutputBufferLength(source.size()) + 1);
       unsigned long const n = converter->convert(source.data(), source.size(), out.data(), out.size());
       EXPECT_EQ(expected, std::string(out.data(), n));
@@ -133,15 +129,9 @@ TEST(UnicodeCharConverter, OverflowAtEveryRoomResumesWhereItStopped) {
 }
 
 TEST(UnicodeCharConverter, StopsInFrontOfAFault) {
-  struct Case {
-    char const* from;
-    char const* to;
-    std::string in;
-    CharConverter::ErrorCode code;
-    long consumed;
-    std::string out;
-  };
-  Case const cases[] = {
+  // The pair, a text; the code, the bytes read and the bytes written.
+  std::tuple<char const*, char const*, std::string, CharConverter::ErrorCode, long,
+             std::string> const cases[] = {
       {"UTF-8", "ISO-8859-1", "ab\xE2\x82\xAC", CharConverter::Unmappable, 2, "ab"},
       {"UTF-8", "UTF-16LE", "a\xC0\x80", CharConverter::Invalid, 1, std::string("a\0", 2)},     // overlong
       {"UTF-16LE", "UTF-8", std::string("a\0\x00\xD8z\0", 6), CharConverter::Invalid, 2, "a"},  // lone high
@@ -150,37 +140,13 @@ TEST(UnicodeCharConverter, StopsInFrontOfAFault) {
       // The library's UTF-8 writer passes a lone low surrogate as three bytes; iconv refuses it.
       {"UTF-16LE", "UTF-8", std::string("\x00\xDC", 2), CharConverter::Ok, 2, "\xED\xB0\x80"},
   };
-  for (Case const& c : cases) {
-    SCOPED_TRACE(std::string(c.from) + " to " + c.to);
-    char const* s = c.in.data();
+  for (auto const& [from, to, in, code, consumed, out] : cases) {
+    SCOPED_TRACE(std::string(from) + " to " + to);
+    char const* s = in.data();
     std::string written;
-    EXPECT_EQ(c.code, step(*make(c.from, c.to), s, s + c.in.size(), 16, true, written));
-    EXPECT_EQ(c.consumed, s - c.in.data());
-    EXPECT_EQ(c.out, written);
-  }
-}
-
-// One converter shared by several threads gives each the same answer.
-TEST(UnicodeCharConverter, ServesSeveralThreadsAtOnce) {
-  std::mt19937 random(7);
-  for (Pair const& c : {Pair{"UTF-8", "IBM-1047"}, Pair{"UTF-16LE", "UTF-8"}}) {
-    SCOPED_TRACE(std::string(c.from) + " to " + c.to);
-    std::string const source = randomText(random, 2000, 0xFF, c.from);
-    std::string expected;
-    ASSERT_TRUE(iconvConvert(c.from, c.to, source, expected));
-    IntrusivePointer<CharConverter> converter = make(c.from, c.to);
-    std::vector<std::string> results(4);
-    std::vector<std::thread> threads;
-    for (std::string& result : results) {
-      threads.emplace_back([&converter, &source, &result] {
-        for (int round = 0; round < 50; ++round) {
-          std::vector<char> out(converter->maxRequiredOutputBufferLength(source.size()));
-          result.assign(out.data(), converter->convert(source.data(), source.size(), out.data(), out.size()));
-        }
-      });
-    }
-    for (std::thread& t : threads) t.join();
-    for (std::string const& result : results) EXPECT_EQ(expected, result);
+    EXPECT_EQ(code, step(*make(from, to), s, s + in.size(), 16, true, written));
+    EXPECT_EQ(consumed, s - in.data());
+    EXPECT_EQ(out, written);
   }
 }
 

@@ -28,9 +28,10 @@ class RecordingFactory : public CharConverterFactory {
   mutable std::vector<std::pair<CharEncoding const*, CharEncoding const*>> calls;
 };
 
-TEST(CharConversionSpec, CreatesInBothDirectionsThroughTheFactory) {
-  FakeEncoding const client = {ENC_ASCII_LINE_ENDS, "client"};
-  FakeEncoding const file = {ENC_EBCDIC, "file"};
+// Both directions go through the factory; the flag word is read from the start of an encoding.
+TEST(CharConversionSpec, CreatesInBothDirectionsAndReadsFlags) {
+  FakeEncoding const client = {ENC_UTF16LE | ENC_ASCII_LINE_ENDS, "client"};
+  FakeEncoding const file = {ENC_EBCDIC | ENC_EBCDIC_NL, "file"};
   RecordingFactory factory;
   CharConversionSpec const spec(asEncoding(client), asEncoding(file), &factory);
   EXPECT_TRUE(spec.create1to2());
@@ -38,6 +39,9 @@ TEST(CharConversionSpec, CreatesInBothDirectionsThroughTheFactory) {
   ASSERT_EQ(2u, factory.calls.size());
   EXPECT_EQ(std::make_pair(asEncoding(client), asEncoding(file)), factory.calls[0]);
   EXPECT_EQ(std::make_pair(asEncoding(file), asEncoding(client)), factory.calls[1]);
+  EXPECT_EQ(0x081u, encodingFlags(asEncoding(client)));
+  EXPECT_EQ(0x012u, encodingFlags(asEncoding(file)));
+  EXPECT_EQ(0u, encodingFlags(nullptr));
 }
 
 TEST(CharConversionSpec, AnIncompleteDescriptionConvertsNothing) {
@@ -54,14 +58,6 @@ TEST(CharConversionSpec, AnIncompleteDescriptionConvertsNothing) {
     EXPECT_FALSE(spec.create2to1());
   }
   EXPECT_TRUE(factory.calls.empty());
-}
-
-TEST(CharConversionSpec, FlagWordIsReadFromTheStartOfTheEncoding) {
-  FakeEncoding const utf16 = {ENC_UTF16LE | ENC_ASCII_LINE_ENDS, "utf16"};
-  FakeEncoding const ebcdic = {ENC_EBCDIC | ENC_EBCDIC_NL, "ebcdic"};
-  EXPECT_EQ(0x081u, encodingFlags(asEncoding(utf16)));
-  EXPECT_EQ(0x012u, encodingFlags(asEncoding(ebcdic)));
-  EXPECT_EQ(0u, encodingFlags(nullptr));
 }
 
 }  // namespace

@@ -8,48 +8,28 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/TestEncodings.h"
+
 namespace vyk {
 namespace {
 
 using output_stream_detail::CharConverterOutputStreamBuf;
 typedef std::vector<std::pair<bool, bool>> Flags;
 
-// Translates through the OpenEdition table, logs the run flags of every call and, like a converter
-// for a richer encoding, stops with Unmappable in front of the byte 0x02.
-class LoggingConverter : public SingleByteCharConverter {
- public:
-  using CharConverter::convert;
-  LoggingConverter(ErrorHandler const* handler, Flags* log) : SingleByteCharConverter(handler), log_(log) {}
-  void convert(char const** source, char const* sourceEnd, char** target, char const* targetEnd, bool atStart,
-               bool atEnd, ErrorCode& code, bool) const override {
-    log_->push_back(std::make_pair(atStart, atEnd));
-    TrantabTable const& table = *TrantabTable::iso88591ToOpenEdition1047();
-    code = Ok;
-    for (; *source != sourceEnd;
-         *(*target)++ = static_cast<char>(table[static_cast<unsigned char>(*(*source)++)])) {
-      if (**source == '\x02' || *target == targetEnd) {
-        code = **source == '\x02' ? Unmappable : Overflow;
-        return;
-      }
-    }
-  }
+using testing::TestConverter;
 
- private:
-  Flags* log_;
-};
+// Latin-1 to IBM-1047 that, like a converter for a richer encoding, stops with Unmappable in front of
+// the byte 0x02; it logs the run flags of every call. A null handler is the default one, which throws.
+IntrusivePointer<TestConverter> toEbcdic(CharConverter::ErrorHandler const* handler) {
+  IntrusivePointer<TestConverter> converter(
+      new TestConverter(testing::TestEncoding::LATIN1, testing::TestEncoding::EBCDIC1047, handler, nullptr));
+  converter->unmappableAt = 0x02;
+  return converter;
+}
 
-class CountingHandler : public CharConverter::ErrorHandler {
- public:
-  void onOverflow() const override { calls += 'O'; }
-  void onInvalid() const override { calls += 'I'; }
-  void onUnmappable() const override { calls += 'U'; }
-  mutable std::string calls;
-};
-
-// A stream over a logging converter, writing to `target`; a null handler is the default one, which throws.
 struct Stream {
-  Stream(CharConverter::ErrorHandler const* handler, std::ostringstream& target, Flags& log)
-      : buffer(IntrusivePointer<CharConverter>(new LoggingConverter(handler, &log)), target), out(&buffer) {}
+  Stream(IntrusivePointer<CharConverter> converter, std::ostringstream& target)
+      : buffer(converter, target), out(&buffer) {}
   CharConverterOutputStreamBuf buffer;
   std::ostream out;
 };
@@ -57,14 +37,16 @@ struct Stream {
 // Full put areas are converted as they fill, the rest at a flush or in the destructor, each as the end
 // of a run; a handler that returns drops the rest of the pending bytes.
 TEST(CharConverterOutputStreamBuf, ConvertsFullAreasFlushesAndTheRest) {
-  CountingHandler handler;
+  testing::RecordingErrorHandler handler;
   std::ostringstream target, flushed;
-  Flags log, flushLog;
+  IntrusivePointer<TestConverter> converter = toEbcdic(&handler), flushing = toEbcdic(&handler);
+  Flags const& log = converter->flags;
+  Flags const& flushLog = flushing->flags;
   {
-    Stream s(&handler, target, log);
+    Stream s(converter, target);
     for (int i = 0; i < 1000; ++i) s.out << "AB\n";
     EXPECT_EQ(2048u, target.str().size()) << "two full put areas converted, the rest pending";
-    Stream f(&handler, flushed, flushLog);
+    Stream f(flushing, flushed);
     f.out << "Hi";
     EXPECT_EQ("", flushed.str());
     f.out << std::flush << "AB\x02\x43\x44" << std::flush << "E" << std::flush;
@@ -83,9 +65,8 @@ TEST(CharConverterOutputStreamBuf, ConvertsFullAreasFlushesAndTheRest) {
 
 TEST(CharConverterOutputStreamBuf, ThrowingHandlerFailsTheStreamButNotTheDestructor) {
   std::ostringstream target;
-  Flags log;
   {
-    Stream s(nullptr, target, log);
+    Stream s(toEbcdic(nullptr), target);
     s.out << "A\x02" << std::flush;
     EXPECT_TRUE(s.out.bad());
     s.out.clear();

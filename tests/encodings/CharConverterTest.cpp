@@ -6,8 +6,10 @@
 #include <cstring>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
+#include "tests/support/TestEncodings.h"
 #include "vyk/util/Exception.h"
 
 namespace vyk {
@@ -15,43 +17,18 @@ namespace {
 
 // Copies bytes like the identity, but stops in front of '!' with Invalid and in front of '?' with
 // Unmappable, as a converter for a real multi-byte encoding would.
-class StoppingConverter : public SingleByteCharConverter {
- public:
-  using CharConverter::convert;
-  explicit StoppingConverter(ErrorHandler const* handler) : SingleByteCharConverter(handler) {}
-  void convert(char const** source, char const* sourceEnd, char** target, char const* targetEnd, bool, bool,
-               ErrorCode& code, bool) const override {
-    code = Ok;
-    for (; *source != sourceEnd; *(*target)++ = *(*source)++) {
-      if (**source == '!' || **source == '?' || *target == targetEnd) {
-        code = **source == '!' ? Invalid : **source == '?' ? Unmappable : Overflow;
-        return;
-      }
-    }
-  }
-};
+IntrusivePointer<CharConverter> stopping(CharConverter::ErrorHandler const* handler) {
+  IntrusivePointer<testing::TestConverter> converter(new testing::TestConverter(
+      testing::TestEncoding::LATIN1, testing::TestEncoding::LATIN1, handler, nullptr));
+  converter->invalidAt = '!';
+  converter->unmappableAt = '?';
+  return converter;
+}
 
-struct HandlerThrew {};
-
-// Writes one letter per call (O, I, U) and throws when asked to.
-class RecordingHandler : public CharConverter::ErrorHandler {
- public:
-  explicit RecordingHandler(bool throws) : throws_(throws) {}
-  void onOverflow() const override { record('O'); }
-  void onInvalid() const override { record('I'); }
-  void onUnmappable() const override { record('U'); }
-  mutable std::string calls;
-
- private:
-  void record(char c) const {
-    calls += c;
-    if (throws_) throw HandlerThrew();
-  }
-  bool throws_;
-};
+using testing::HandlerThrew;
+using RecordingHandler = testing::RecordingErrorHandler;
 
 enum Wrapper { CONVERT, PAD, PAD_OR_TRUNC, TRUNC };
-typedef unsigned long (CharConverter::*Counted)(char const*, unsigned long, char*, unsigned long) const;
 
 TEST(CharConverter, WrappersDispatchCodesAndPadAfterTheHandler) {
   struct Case {
@@ -73,6 +50,7 @@ TEST(CharConverter, WrappersDispatchCodesAndPadAfterTheHandler) {
       {PAD, "a!c", 5, false, "a####", -1, "I"},
       {PAD, "a!c", 5, true, "a....", -1, "I"},
       {PAD_OR_TRUNC, "abcdef", 4, false, "abcd", -1, ""},
+      {PAD_OR_TRUNC, "abc", 4, false, "abc#", -1, ""},
       {PAD_OR_TRUNC, "a?cdef", 4, false, "a###", -1, "U"},
       {PAD_OR_TRUNC, "a!cdef", 4, true, "a...", -1, "I"},
       {TRUNC, "abcdef", 4, false, "abcd", 4, ""},
@@ -82,19 +60,25 @@ TEST(CharConverter, WrappersDispatchCodesAndPadAfterTheHandler) {
   for (Case const& c : cases) {
     SCOPED_TRACE(std::to_string(c.wrapper) + " " + c.source + " " + std::to_string(c.dstLen));
     RecordingHandler handler(c.handlerThrows);
-    StoppingConverter converter(&handler);
+    IntrusivePointer<CharConverter> const converter = stopping(&handler);
     std::string const source(c.source);
     std::vector<char> dst(c.dstLen, '.');
     long result = -1;
     try {
-      if (c.wrapper == PAD || c.wrapper == PAD_OR_TRUNC) {
-        (converter.*
-         (c.wrapper == PAD ? &CharConverter::convertAndPad : &CharConverter::convertAndPadOrTrunc))(
-            source.data(), source.size(), dst.data(), dst.size(), '#');
-      } else {
-        result = static_cast<long>((converter.*(c.wrapper == CONVERT ? Counted(&CharConverter::convert)
-                                                                     : &CharConverter::convertAndTrunc))(
-            source.data(), source.size(), dst.data(), dst.size()));
+      switch (c.wrapper) {
+        case CONVERT:
+          result =
+              static_cast<long>(converter->convert(source.data(), source.size(), dst.data(), dst.size()));
+          break;
+        case TRUNC:
+          result = static_cast<long>(
+              converter->convertAndTrunc(source.data(), source.size(), dst.data(), dst.size()));
+          break;
+        case PAD:
+          converter->convertAndPad(source.data(), source.size(), dst.data(), dst.size(), '#');
+          break;
+        case PAD_OR_TRUNC:
+          converter->convertAndPadOrTrunc(source.data(), source.size(), dst.data(), dst.size(), '#');
       }
       EXPECT_FALSE(c.handlerThrows && !handler.calls.empty()) << "the handler's exception was swallowed";
     } catch (HandlerThrew const&) {
@@ -107,11 +91,11 @@ TEST(CharConverter, WrappersDispatchCodesAndPadAfterTheHandler) {
 }
 
 TEST(CharConverter, DefaultHandlerThrowsTheNestedExceptions) {
-  StoppingConverter converter(nullptr);
+  IntrusivePointer<CharConverter> const converter = stopping(nullptr);
   for (char const* source : {"abcdef", "a!", "a?"}) {
     char dst[4];
     try {
-      converter.convert(source, std::strlen(source), dst, sizeof dst);
+      converter->convert(source, std::strlen(source), dst, sizeof dst);
       ADD_FAILURE() << "no exception for " << source;
     } catch (vyk::Exception const&) {
       ADD_FAILURE() << "the converter exceptions stand outside the library's tree";
@@ -128,27 +112,23 @@ TEST(CharConverter, DefaultHandlerThrowsTheNestedExceptions) {
 // byte read or written too far; the same buffer in place; the pad byte written as given.
 TEST(CharConverter, NamedConvertersMapInsideBothBuffersAndPadUntranslated) {
   typedef IntrusivePointer<CharConverter> (*Factory)(CharConverter::ErrorHandler const*);
-  struct Case {
-    Factory factory;
-    bool identity;
-    std::string in, out;
-  };
+  // The converter, whether it is the identity, a text and what it becomes.
   std::string const latin = "Hi,\n\xFF\x85[]ABCDEFGHIJ",
                     ebcdic = "\xC8\x89\x6B\x15\xDF\x25\xAD\xBD\xC1\xC2\xC3\xC4\xC5\xC6\xC7\xC8\xC9\xD1";
-  Case const cases[] = {
+  std::tuple<Factory, bool, std::string, std::string> const cases[] = {
       {&SingleByteCharConverter::identity, true, latin, latin},
       {&SingleByteCharConverter::compilerToIso88591, false, latin, latin},
       {&SingleByteCharConverter::iso88591ToOpenEd1047, false, latin, ebcdic},
       {&SingleByteCharConverter::compilerToOpenEd1047, false, latin, ebcdic},
       {&SingleByteCharConverter::openEd1047ToIso88591, false, ebcdic, latin},
   };
-  for (Case const& c : cases) {
-    SCOPED_TRACE(c.out);
-    IntrusivePointer<CharConverter> converter = c.factory(nullptr);
-    EXPECT_EQ(c.identity, converter->isIdentity());
-    for (std::size_t srcLen = 0; srcLen <= c.in.size(); ++srcLen) {
-      for (std::size_t dstLen = 0; dstLen <= c.in.size(); ++dstLen) {
-        std::vector<char> src(c.in.begin(), c.in.begin() + srcLen), dst(dstLen, '.');
+  for (auto const& [factory, identity, in, out] : cases) {
+    SCOPED_TRACE(out);
+    IntrusivePointer<CharConverter> converter = factory(nullptr);
+    EXPECT_EQ(identity, converter->isIdentity());
+    for (std::size_t srcLen = 0; srcLen <= in.size(); ++srcLen) {
+      for (std::size_t dstLen = 0; dstLen <= in.size(); ++dstLen) {
+        std::vector<char> src(in.begin(), in.begin() + srcLen), dst(dstLen, '.');
         char const* source = src.data();
         char* target = dst.data();
         CharConverter::ErrorCode code = CharConverter::Invalid;
@@ -158,15 +138,15 @@ TEST(CharConverter, NamedConvertersMapInsideBothBuffersAndPadUntranslated) {
         ASSERT_EQ(srcLen > dstLen ? CharConverter::Overflow : CharConverter::Ok, code)
             << srcLen << " " << dstLen;
         ASSERT_EQ(src.data() + n, source);
-        ASSERT_EQ(c.out.substr(0, n) + std::string(dstLen - n, '.'), std::string(dst.begin(), dst.end()));
+        ASSERT_EQ(out.substr(0, n) + std::string(dstLen - n, '.'), std::string(dst.begin(), dst.end()));
       }
     }
-    std::string buffer = c.in;
+    std::string buffer = in;
     EXPECT_EQ(buffer.size(), converter->convert(buffer.data(), buffer.size(), &buffer[0], buffer.size()));
-    EXPECT_EQ(c.out, buffer);
+    EXPECT_EQ(out, buffer);
     char padded[4];
-    converter->convertAndPad(c.in.data(), 1, padded, 4, '\x15');
-    EXPECT_EQ(c.out.substr(0, 1) + "\x15\x15\x15", std::string(padded, 4));
+    converter->convertAndPad(in.data(), 1, padded, 4, '\x15');
+    EXPECT_EQ(out.substr(0, 1) + "\x15\x15\x15", std::string(padded, 4));
   }
   RecordingHandler handler(false);
   EXPECT_EQ(&handler, SingleByteCharConverter::iso88591ToOpenEd1047(&handler)->getErrorHandler());

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 namespace vyk {
@@ -38,18 +39,14 @@ Result<Src, Dst> call(UC& c, std::basic_string<Src> const& in, unsigned long roo
       << "wrote past";
   return {code, s - in.data(), std::basic_string<Dst>(out.data(), t)};
 }
-Result<char, unsigned short> in(UC& c, std::string const& bytes, unsigned long room) {
-  return call<char, unsigned short>(c, bytes, room);
-}
-Result<unsigned short, char> out(UC& c, U16 const& units, unsigned long room) {
-  return call<unsigned short, char>(c, units, room);
-}
 
 // Valid and invalid UTF-8 over every code point is compared with ICU elsewhere, and full targets
-// below; these pin where a fault or a full target leaves the source, in UTF-8 and big-endian UTF-16.
+// below; these pin where a fault or a full target leaves the source, in UTF-8 and both UTF-16 orders.
 TEST(UnicodeConverter, FaultsAndRoomBothWays) {
+  enum Form { UTF8, BE, LE };
   struct Case {
-    bool utf16, decode;
+    Form form;
+    bool decode;
     std::string bytes;
     U16 units;
     unsigned long room;
@@ -57,33 +54,39 @@ TEST(UnicodeConverter, FaultsAndRoomBothWays) {
     long consumed;
   };
   Case const cases[] = {
-      {false, true, "ab\x80", {0x61, 0x62}, 4, UC::Invalid, 2},
-      {false, true, "a\xE2\x82", {0x61}, 4, UC::Invalid, 1},   // cut off by the end
-      {false, true, "\xC0\x80", {}, 0, UC::Invalid, 0},        // malformed is told before a full target
-      {false, false, "\xED\xB0\x80", {0xDC00}, 3, UC::Ok, 1},  // a lone low surrogate is written
-      {false, false, "\xED\xB0\x80", {0xDC00, 0xD800}, 8, UC::Invalid, 1},  // a high one at the end is not
-      {false, false, "", {0xD800, 0x41}, 8, UC::Invalid, 0},
-      {true, true, std::string("\0A\x20", 3), {0x41}, 4, UC::Invalid, 2},   // an odd byte at the end
-      {true, true, std::string("\0A\x20", 3), {0x41}, 1, UC::Overflow, 2},  // room is told before it
-      {true, false, std::string("\0A", 2), {0x41, 0x42}, 3, UC::Overflow, 1},
+      {UTF8, true, "ab\x80", {0x61, 0x62}, 4, UC::Invalid, 2},
+      {UTF8, true, "a\xE2\x82", {0x61}, 4, UC::Invalid, 1},   // cut off by the end
+      {UTF8, true, "\xC0\x80", {}, 0, UC::Invalid, 0},        // malformed is told before a full target
+      {UTF8, false, "\xED\xB0\x80", {0xDC00}, 3, UC::Ok, 1},  // a lone low surrogate is written
+      {UTF8, false, "\xED\xB0\x80", {0xDC00, 0xD800}, 8, UC::Invalid, 1},  // a high one at the end is not
+      {UTF8, false, "", {0xD800, 0x41}, 8, UC::Invalid, 0},
+      {BE, true, std::string("\0A\x20", 3), {0x41}, 4, UC::Invalid, 2},   // an odd byte at the end
+      {BE, true, std::string("\0A\x20", 3), {0x41}, 1, UC::Overflow, 2},  // room is told before it
+      {BE, false, std::string("\0A", 2), {0x41, 0x42}, 3, UC::Overflow, 1},
+      {BE, true, std::string("\0A\x20\xAC\xDC\x00", 6), {0x41, 0x20AC, 0xDC00}, 3, UC::Ok, 6},
+      {BE, false, std::string("\0A\x20\xAC\xDC\x00", 6), {0x41, 0x20AC, 0xDC00}, 6, UC::Ok, 3},
+      {LE, true, std::string("A\0\xAC\x20\x00\xD8", 6), {0x41, 0x20AC, 0xD800}, 3, UC::Ok, 6},
+      {LE, false, std::string("A\0\xAC\x20\x00\xD8", 6), {0x41, 0x20AC, 0xD800}, 6, UC::Ok, 3},
   };
-  Utf8Converter utf8;
-  Utf16Converter<true> utf16;
+  IntrusivePointer<UC> const converters[] = {UC::utf8ToUnicode(), UC::utf16BEToUnicode(),
+                                             UC::utf16LEToUnicode()};
   for (Case const& c : cases) {
     SCOPED_TRACE(&c - cases);
-    UC& conv = c.utf16 ? static_cast<UC&>(utf16) : utf8;
+    UC& conv = *converters[c.form];
     if (c.decode) {
-      auto r = in(conv, c.bytes, c.room);
+      auto r = call<char, unsigned short>(conv, c.bytes, c.room);
       EXPECT_EQ(c.code, r.code);
       EXPECT_EQ(c.consumed, r.consumed);
       EXPECT_EQ(c.units, r.out);
     } else {
-      auto r = out(conv, c.units, c.room);
+      auto r = call<unsigned short, char>(conv, c.units, c.room);
       EXPECT_EQ(c.code, r.code);
       EXPECT_EQ(c.consumed, r.consumed);
       EXPECT_EQ(c.bytes, r.out);
     }
   }
+  EXPECT_EQ(std::string("A\0", 2), UC::utf16ToUnicode()->fromUnicode(0x41))
+      << "plain UTF-16 is little-endian";
 }
 
 // Every target length over a source whose characters end at `srcEnds`, giving a target whose
@@ -171,15 +174,14 @@ TEST(UnicodeConverter, InvalidStrategies) {
   IntrusivePointer<UC> skipping = UC::utf8ToUnicode();
   skipping->setInvalidStrategy(UC::INVALID_SKIP);
   EXPECT_EQ("A", skipping->fromUnicode(U16{0xD800, 0x41, 0xD800}));
+  IntrusivePointer<UC> big = UC::utf16BEToUnicode();
+  big->setInvalidStrategy(UC::INVALID_SUBSTITUTE);
+  EXPECT_EQ((U16{0x41, 0xFFFD}), big->toUnicode(std::string("\0A\x20", 3)));
 }
 
 TEST(UnicodeConverter, UnmappableStrategiesWriteTheirTextInTheTargetEncoding) {
-  struct Case {
-    int strategy;
-    char const* latin1;  // nullptr: throws
-    char const* ebcdic;  // the same text on IBM-1047
-  };
-  Case const cases[] = {
+  // The strategy, its text on ISO 8859-1 and on IBM-1047 (nullptr: throws).
+  std::tuple<int, char const*, char const*> const cases[] = {
       {UC::UNMAPPABLE_SUBSTITUTE, "\x1A", "\x3F"},
       {UC::UNMAPPABLE_SKIP, "", ""},
       {UC::UNMAPPABLE_NCR, "&#8364;", "\x50\x7B\xF8\xF3\xF6\xF4\x5E"},
@@ -189,31 +191,31 @@ TEST(UnicodeConverter, UnmappableStrategiesWriteTheirTextInTheTargetEncoding) {
       {6, nullptr, nullptr},
   };
   U16 const text = {0x41, 0x20AC, 0x42};
-  for (Case const& c : cases) {
-    SCOPED_TRACE(c.strategy);
+  for (auto const& [strategy, latin1Text, ebcdicText] : cases) {
+    SCOPED_TRACE(strategy);
     IntrusivePointer<UC> latin1 = UC::iso88591ToUnicode(), ebcdic = UC::openEdition1047ToUnicode();
-    latin1->setUnmappableStrategy(c.strategy);
-    ebcdic->setUnmappableStrategy(c.strategy);
-    if (c.latin1 == nullptr) {
+    latin1->setUnmappableStrategy(strategy);
+    ebcdic->setUnmappableStrategy(strategy);
+    if (latin1Text == nullptr) {
       char buf[8];
       EXPECT_THROW(latin1->fromUnicode(text, buf, sizeof buf), UC::UnmappableError);
       EXPECT_THROW(latin1->fromUnicode(text), UC::UnmappableError);
       continue;
     }
-    EXPECT_EQ(std::string("A") + c.latin1 + "B", latin1->fromUnicode(text));
-    EXPECT_EQ(std::string("\xC1") + c.ebcdic + "\xC2", ebcdic->fromUnicode(text));
+    EXPECT_EQ(std::string("A") + latin1Text + "B", latin1->fromUnicode(text));
+    EXPECT_EQ(std::string("\xC1") + ebcdicText + "\xC2", ebcdic->fromUnicode(text));
   }
 }
 
 TEST(UnicodeConverter, OverflowIsToldBeforeUnmappableAndTextsAreWholeOrNothing) {
   CopyUnicodeConverter<127> ascii;
   ascii.setUnmappableStrategy(UC::UNMAPPABLE_FAIL);
-  auto full = out(ascii, {0x41, 0x20AC}, 1);
+  auto full = call<unsigned short, char>(ascii, U16{0x41, 0x20AC}, 1);
   EXPECT_EQ(UC::Overflow, full.code);
   EXPECT_EQ(1, full.consumed);
   ascii.setUnmappableStrategy(UC::UNMAPPABLE_NCR);
   for (unsigned long room = 1; room <= 7; ++room) {  // "&#8364;" needs 7 bytes
-    auto r = out(ascii, {0x20AC}, room);
+    auto r = call<unsigned short, char>(ascii, U16{0x20AC}, room);
     EXPECT_EQ(room < 7 ? UC::Overflow : UC::Ok, r.code) << room;
     EXPECT_EQ(room < 7 ? "" : "&#8364;", r.out) << room;
   }
@@ -242,51 +244,43 @@ TEST(UnicodeConverter, StrategyTextsSurviveBlockEnds) {
 // An encoding that cannot hold a strategy's own text: the strategy falls back to U+001A, then to
 // '?', then reports the character, and never recurses.
 TEST(UnicodeConverter, StrategyTextsTheEncodingCannotHoldFallBack) {
-  struct Case {
-    bool hasSubstitute, hasQuestionMark;
-    int strategy;
-    char const* bytes;  // nullptr: throws
-  };
-  Case const cases[] = {
+  // Whether the encoding has U+001A and '?', the strategy, the bytes written (nullptr: throws).
+  std::tuple<bool, bool, int, char const*> const cases[] = {
       {true, true, UC::UNMAPPABLE_NCR, "\x05"},    {true, true, UC::UNMAPPABLE_UESC, "\x05"},
       {false, true, UC::UNMAPPABLE_PAREN, "\x06"}, {false, true, UC::UNMAPPABLE_SUBSTITUTE, "\x06"},
       {false, false, UC::UNMAPPABLE_NCR, nullptr}, {false, false, UC::UNMAPPABLE_SKIP, ""},
   };
-  for (Case const& c : cases) {
-    SCOPED_TRACE(c.strategy);
+  for (auto const& [hasSubstitute, hasQuestionMark, strategy, bytes] : cases) {
+    SCOPED_TRACE(strategy);
     unsigned short table[256];  // byte i is U+0100+i, but 'A' at 0x41 and the fall-backs where asked
     for (int i = 0; i < 256; ++i) table[i] = static_cast<unsigned short>(0x100 + i);
     table[0x41] = 'A';
-    if (c.hasSubstitute) table[0x05] = 0x1A;
-    if (c.hasQuestionMark) table[0x06] = '?';
+    if (hasSubstitute) table[0x05] = 0x1A;
+    if (hasQuestionMark) table[0x06] = '?';
     SBCSUnicodeConverter sbcs(table);
-    sbcs.setUnmappableStrategy(c.strategy);
-    if (c.bytes == nullptr) {
+    sbcs.setUnmappableStrategy(strategy);
+    if (bytes == nullptr) {
       EXPECT_THROW(sbcs.fromUnicode(U16{0x41, 0x20AC}), UC::UnmappableError);
     } else {
-      EXPECT_EQ(std::string("A") + c.bytes, sbcs.fromUnicode(U16{0x41, 0x20AC}));
+      EXPECT_EQ(std::string("A") + bytes, sbcs.fromUnicode(U16{0x41, 0x20AC}));
     }
   }
 }
 
 TEST(SingleByteConverters, MapBytesAndUnits) {
-  struct Case {
-    IntrusivePointer<UC> (*factory)();
-    unsigned char byte;
-    unsigned short unit;
-  };
-  Case const cases[] = {
+  // The factory, a byte and its unit.
+  std::tuple<IntrusivePointer<UC> (*)(), unsigned char, unsigned short> const cases[] = {
       {UC::usasciiToUnicode, 0x7F, 0x7F},         {UC::iso88591ToUnicode, 0xFF, 0xFF},
       {UC::openEdition1047ToUnicode, 0xC1, 0x41}, {UC::openEdition1047ToUnicode, 0x15, 0x0A},
       {UC::openEdition1047ToUnicode, 0x25, 0x85}, {UC::ebcdic1047ToUnicode, 0x15, 0x85},
       {UC::ebcdic1047ToUnicode, 0x25, 0x0A},      {UC::ebcdic1047ToUnicode, 0xAD, 0x5B},
   };
-  for (Case const& c : cases) {
-    SCOPED_TRACE(c.byte);
-    IntrusivePointer<UC> conv = c.factory();
-    char byte = static_cast<char>(c.byte);
-    EXPECT_EQ(U16(1, c.unit), conv->toUnicode(&byte, 1));
-    EXPECT_EQ(std::string(1, byte), conv->fromUnicode(c.unit));
+  for (auto const& [factory, value, unit] : cases) {
+    SCOPED_TRACE(value);
+    IntrusivePointer<UC> conv = factory();
+    char byte = static_cast<char>(value);
+    EXPECT_EQ(U16(1, unit), conv->toUnicode(&byte, 1));
+    EXPECT_EQ(std::string(1, byte), conv->fromUnicode(unit));
   }
   // US-ASCII reads every byte in but writes only up to 0x7F.
   EXPECT_EQ(U16(1, 0x80), UC::usasciiToUnicode()->toUnicode("\x80"));
@@ -337,18 +331,6 @@ TEST(SBCSUnicodeConverter, ReverseMapIsBuiltOnceFromManyThreads) {
   }
   for (std::thread& t : threads) t.join();
   EXPECT_EQ(std::vector<int>(8, 50), ok);
-}
-
-TEST(Utf16Converter, BothByteOrders) {
-  std::string const le("A\0\xAC\x20\x00\xD8", 6), be("\0A\x20\xAC\xDC\x00", 6);
-  U16 const leUnits = {0x0041, 0x20AC, 0xD800}, beUnits = {0x0041, 0x20AC, 0xDC00};
-  EXPECT_EQ(leUnits, UC::utf16LEToUnicode()->toUnicode(le));
-  EXPECT_EQ(le, UC::utf16ToUnicode()->fromUnicode(leUnits));
-  EXPECT_EQ(beUnits, UC::utf16BEToUnicode()->toUnicode(be));
-  EXPECT_EQ(be, UC::utf16BEToUnicode()->fromUnicode(beUnits));
-  Utf16Converter<true> big;
-  big.setInvalidStrategy(UC::INVALID_SUBSTITUTE);
-  EXPECT_EQ((U16{0x41, 0xFFFD}), big.toUnicode(std::string("\0A\x20", 3)));
 }
 
 TEST(UnicodeConverter, OverloadsAgree) {

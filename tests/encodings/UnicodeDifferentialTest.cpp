@@ -1,4 +1,4 @@
-// The UTF-8 converter against ICU's: every code point, runs of them, and random byte strings.
+// The UTF-8 converter against ICU's: every code point, runs of them, and random byte and unit strings.
 //
 // Where the rules differ, the test pins both sides:
 //  - a lone low surrogate unit is written as three bytes here; ICU reports it as illegal;
@@ -13,7 +13,6 @@
 #include <unicode/ucnv.h>
 #include <unicode/ucnv_err.h>
 
-#include <cstring>
 #include <random>
 #include <string>
 #include <vector>
@@ -62,23 +61,18 @@ class IcuUtf8 {
   UConverter* converter_;
 };
 
-void convert(UC& c, char const** s, char const* e, unsigned short** t, unsigned short* te,
-             UC::ErrorCode& code) {
-  c.toUnicode(s, e, t, te, code);
-}
-void convert(UC& c, unsigned short const** s, unsigned short const* e, char** t, char* te,
-             UC::ErrorCode& code) {
-  c.fromUnicode(s, e, t, te, code);
-}
-
-// One call of our virtual operations with ample room; false on a fault.
+// One call of our bulk operation with ample room; false on a fault.
 template <typename From, typename To>
 bool ours(UC& c, std::basic_string<From> const& in, std::basic_string<To>& out) {
   std::vector<To> buffer(in.size() * 3 + 1);
   From const* s = in.data();
   To* t = buffer.data();
   UC::ErrorCode code = UC::Ok;
-  convert(c, &s, in.data() + in.size(), &t, buffer.data() + buffer.size(), code);
+  if constexpr (sizeof(From) == 1) {
+    c.toUnicode(&s, in.data() + in.size(), &t, buffer.data() + buffer.size(), code);
+  } else {
+    c.fromUnicode(&s, in.data() + in.size(), &t, buffer.data() + buffer.size(), code);
+  }
   out.assign(buffer.data(), t);
   EXPECT_TRUE(code == UC::Ok || code == UC::Invalid) << code;
   return code == UC::Ok;
@@ -96,91 +90,98 @@ std::string encodedSurrogate(unsigned int cp) {
           static_cast<char>(0x80 | (cp & 0x3F))};
 }
 
-TEST(Utf8AgainstIcu, EveryCodePointOneByOne) {
+// Every code point one by one both ways (surrogates as units and as their three-byte form), then
+// each run of 1000 of them, also through the string overloads and their blocks.
+TEST(Utf8AgainstIcu, EveryCodePointOneByOneAndInRuns) {
   IcuUtf8 icu;
   Utf8Converter utf8;
   int mismatches = 0;
-  for (unsigned int cp = 0; cp <= 0x10FFFF && mismatches < 10; ++cp) {
-    U16 units = unitsOf(cp);
-    std::string icuBytes, ourBytes;
-    U16 icuUnits, ourUnits;
-    bool isSurrogate = cp >= 0xD800 && cp <= 0xDFFF;
-    bool icuOk = icu.fromUnicode(units, icuBytes);
-    bool ourOk = ours(utf8, units, ourBytes);
-    if (!isSurrogate) {
-      if (!icuOk || !ourOk || icuBytes != ourBytes) ++mismatches;
-      EXPECT_TRUE(icuOk && ourOk && icuBytes == ourBytes) << std::hex << cp;
-    } else if (cp < 0xDC00) {
-      EXPECT_FALSE(icuOk);  // a lone high surrogate: both refuse it
-      EXPECT_FALSE(ourOk);
-    } else {
-      EXPECT_FALSE(icuOk);  // a lone low surrogate: ICU refuses it, we write it
-      EXPECT_TRUE(ourOk);
-      EXPECT_EQ(encodedSurrogate(cp), ourBytes);
-    }
-    std::string bytes = isSurrogate ? encodedSurrogate(cp) : icuBytes;
-    icuOk = icu.toUnicode(bytes, false, icuUnits);
-    ourOk = ours(utf8, bytes, ourUnits);
-    EXPECT_EQ(icuOk, ourOk) << std::hex << cp;
-    EXPECT_EQ(!isSurrogate, ourOk) << std::hex << cp;
-    EXPECT_EQ(icuUnits, ourUnits) << std::hex << cp;
-    if (!isSurrogate) {
-      EXPECT_EQ(units, ourUnits) << std::hex << cp;
-    }
-  }
-}
-
-TEST(Utf8AgainstIcu, RunsOfCodePoints) {
-  IcuUtf8 icu;
-  Utf8Converter utf8;
-  for (unsigned int start = 0; start <= 0x10FFFF; start += 1000) {
-    U16 units;
+  for (unsigned int start = 0; start <= 0x10FFFF && mismatches < 10; start += 1000) {
+    U16 run, back;
     for (unsigned int cp = start; cp < start + 1000 && cp <= 0x10FFFF; ++cp) {
-      if (cp < 0xD800 || cp > 0xDFFF) units += unitsOf(cp);
+      U16 units = unitsOf(cp), icuUnits, ourUnits;
+      std::string icuBytes, ourBytes;
+      bool const isSurrogate = cp >= 0xD800 && cp <= 0xDFFF;
+      bool icuOk = icu.fromUnicode(units, icuBytes), ourOk = ours(utf8, units, ourBytes);
+      if (!isSurrogate) {
+        run += units;
+        mismatches += !icuOk || !ourOk || icuBytes != ourBytes;
+        EXPECT_TRUE(icuOk && ourOk && icuBytes == ourBytes) << std::hex << cp;
+      } else {
+        EXPECT_FALSE(icuOk);
+        EXPECT_EQ(cp >= 0xDC00, ourOk) << "only a lone low surrogate is written";
+        EXPECT_EQ(ourOk ? encodedSurrogate(cp) : "", ourBytes);
+      }
+      std::string bytes = isSurrogate ? encodedSurrogate(cp) : icuBytes;
+      icuOk = icu.toUnicode(bytes, false, icuUnits);
+      ourOk = ours(utf8, bytes, ourUnits);
+      EXPECT_EQ(icuOk, ourOk) << std::hex << cp;
+      EXPECT_EQ(!isSurrogate, ourOk) << std::hex << cp;
+      EXPECT_EQ(icuUnits, ourUnits) << std::hex << cp;
+      EXPECT_EQ(isSurrogate ? U16() : units, ourUnits) << std::hex << cp;
     }
     std::string icuBytes, ourBytes;
-    ASSERT_TRUE(icu.fromUnicode(units, icuBytes));
-    ASSERT_TRUE(ours(utf8, units, ourBytes));
+    ASSERT_TRUE(icu.fromUnicode(run, icuBytes));
+    ASSERT_TRUE(ours(utf8, run, ourBytes));
     ASSERT_EQ(icuBytes, ourBytes) << std::hex << start;
-    U16 back;
     ASSERT_TRUE(ours(utf8, ourBytes, back));
-    ASSERT_EQ(units, back) << std::hex << start;
-    // Through the string overloads and their blocks as well.
-    ASSERT_EQ(units, utf8.toUnicode(icuBytes)) << std::hex << start;
-    ASSERT_EQ(icuBytes, utf8.fromUnicode(units)) << std::hex << start;
+    ASSERT_EQ(run, back) << std::hex << start;
+    ASSERT_EQ(run, utf8.toUnicode(icuBytes)) << std::hex << start;
+    ASSERT_EQ(icuBytes, utf8.fromUnicode(run)) << std::hex << start;
   }
 }
 
-// Random strings built from pieces that stress the decoder: ASCII runs, any byte, well-formed
-// characters of every length, such characters cut short, overlong, surrogate and too-large forms, and
-// lone continuation and lead bytes.
-std::string randomBytes(std::mt19937& rng) {
-  static char const* const bad[] = {
-      "\xC0\x80",         "\xC1\xBF",         "\xE0\x80\x80", "\xED\xA0\x80", "\xED\xBF\xBF",
-      "\xF0\x80\x80\x80", "\xF4\x90\x80\x80", "\xF5\x80",     "\xFE\xFF",     "\xF8\x88\x80\x80\x80"};
-  static unsigned int const planes[] = {0x80, 0x800, 0x10000, 0x110000};
-  Utf8Converter utf8;
-  std::string out;
-  for (int pieces = static_cast<int>(rng() % 12); pieces > 0; --pieces) {
-    unsigned int cp = rng() % planes[rng() % 4];
-    switch (rng() % 8) {
+// A code point of the given UTF-8 length, often at the edge of its range or next to the surrogates;
+// never U+FFFD, which stands for the faults passed over.
+unsigned int codePointOfLength(std::mt19937& rng, int length) {
+  static unsigned int const low[] = {0, 0x80, 0x800, 0x10000}, high[] = {0x7F, 0x7FF, 0xFFFF, 0x10FFFF};
+  static unsigned int const edges[] = {0x00,   0x7F,   0x80,   0x7FF,   0x800,
+                                       0xD7FF, 0xE000, 0xFFFF, 0x10000, 0x10FFFF};
+  for (;;) {
+    unsigned int cp = rng() % 8 == 0 ? edges[rng() % 10]
+                                     : low[length - 1] + rng() % (high[length - 1] - low[length - 1] + 1);
+    if (cp >= low[length - 1] && cp <= high[length - 1] && (cp < 0xD800 || cp > 0xDFFF) && cp != 0xFFFD)
+      return cp;
+  }
+}
+
+// Units in runs of characters whose UTF-8 form has one length (as prose in one script), so that the
+// block paths meet every mix; with faults, now and then a random unit or a lone high surrogate.
+U16 randomUnits(std::mt19937& rng, size_t most, bool faults) {
+  U16 units;
+  for (size_t target = rng() % most; units.size() < target;) {
+    int const length = 1 + static_cast<int>(rng() % 16 / 4);
+    for (int run = 1 + static_cast<int>(rng() % 24); run > 0; --run)
+      units += unitsOf(codePointOfLength(rng, length));
+    if (!faults || rng() % 4 != 0) continue;
+    unsigned short const unit = static_cast<unsigned short>(rng() % 2 ? 0xD800 + rng() % 0x400 : rng());
+    if (unit >= 0xDC00 && unit <= 0xDFFF) units += 0xDBFF;  // a lone low surrogate: the rules differ
+    units += unit;
+  }
+  return units;
+}
+
+// Byte strings from pieces that stress the decoder: runs of well-formed characters, any byte, such
+// characters cut short, overlong, surrogate and too-large forms, and lone continuation and lead bytes.
+std::string randomBytes(std::mt19937& rng, IcuUtf8& icu, bool faults) {
+  static char const* const bad[] = {"\xC0\x80",     "\xC1\xBF",     "\xE0\x80\x80",        "\xE0\x9F\xBF",
+                                    "\xED\xA0\x80", "\xED\xBF\xBF", "\xF0\x80\x80\x80",    "\xF4\x90\x80\x80",
+                                    "\xF5\x80",     "\xFE\xFF",     "\xF8\x88\x80\x80\x80"};
+  std::string out, piece;
+  for (int pieces = static_cast<int>(rng() % 8); pieces > 0; --pieces) {
+    EXPECT_TRUE(icu.fromUnicode(randomUnits(rng, 40, false), piece));
+    out += piece;
+    if (!faults || rng() % 2 != 0) continue;
+    switch (rng() % 4) {
       case 0:
-        out.append(rng() % 24, static_cast<char>('a' + rng() % 26));
-        break;
-      case 1:
         out += static_cast<char>(rng() & 0xFF);
         break;
+      case 1:  // a well-formed character cut short
+        icu.fromUnicode(unitsOf(codePointOfLength(rng, 2 + static_cast<int>(rng() % 3))), piece);
+        out += piece.substr(0, 1 + rng() % (piece.size() - 1));
+        break;
       case 2:
-      case 3:
-        if ((cp < 0xD800 || cp > 0xDFFF) && cp != 0xFFFD) out += utf8.fromUnicode(unitsOf(cp));
-        break;
-      case 4: {  // a well-formed character cut short
-        std::string whole = utf8.fromUnicode(unitsOf(0x800 + rng() % 0x7000 + (rng() % 2) * 0x10000));
-        out += whole.substr(0, 1 + rng() % (whole.size() - 1));
-        break;
-      }
-      case 5:
-        out += bad[rng() % 10];
+        out += bad[rng() % 11];
         break;
       default:
         out += static_cast<char>((rng() % 2 ? 0x80 : 0xC0) + rng() % 0x40);
@@ -189,23 +190,31 @@ std::string randomBytes(std::mt19937& rng) {
   return out;
 }
 
-TEST(Utf8AgainstIcu, RandomByteStrings) {
+// 100,000 random byte strings in, and 20,000 random unit strings out.
+TEST(Utf8AgainstIcu, RandomByteAndUnitStrings) {
   IcuUtf8 icu;
-  IntrusivePointer<UC> skipping = UC::utf8ToUnicode();
+  IntrusivePointer<UC> skipping = UC::utf8ToUnicode(), substituting = UC::utf8ToUnicode();
   skipping->setInvalidStrategy(UC::INVALID_SKIP);
-  IntrusivePointer<UC> substituting = UC::utf8ToUnicode();
   substituting->setInvalidStrategy(UC::INVALID_SUBSTITUTE);
   Utf8Converter strict;
   std::mt19937 rng(9);
-  int invalid = 0;
+  int invalid = 0, invalidUnits = 0;
   for (int round = 0; round < 100000; ++round) {
-    std::string bytes = randomBytes(rng);
+    if (round < 20000) {
+      U16 units = randomUnits(rng, 200, round % 2 == 1);
+      std::string icuBytes, ourBytes;
+      bool const icuOk = icu.fromUnicode(units, icuBytes), ourOk = ours(strict, units, ourBytes);
+      ASSERT_EQ(icuOk, ourOk) << round;
+      ASSERT_EQ(icuBytes, ourBytes) << round;
+      invalidUnits += !ourOk;
+    }
+    std::string bytes = randomBytes(rng, icu, round % 4 != 0), icuBytes;
     U16 icuUnits, ourUnits;
     bool icuOk = icu.toUnicode(bytes, false, icuUnits);
     bool ourOk = ours(strict, bytes, ourUnits);
     ASSERT_EQ(icuOk, ourOk) << round;
     ASSERT_EQ(icuUnits, ourUnits) << round;  // the same text up to the first fault
-    if (!ourOk) ++invalid;
+    invalid += !ourOk;
     ASSERT_TRUE(icu.toUnicode(bytes, true, icuUnits));
     U16 skipped = skipping->toUnicode(bytes);
     ASSERT_EQ(icuUnits, skipped) << round;
@@ -217,169 +226,15 @@ TEST(Utf8AgainstIcu, RandomByteStrings) {
     ASSERT_EQ(bytes.size() - substituting->fromUnicode(skipped).size(), substituted.size() - kept.size())
         << round;
     if (ourOk) {
+      ASSERT_TRUE(icu.fromUnicode(ourUnits, icuBytes));
+      ASSERT_EQ(bytes, icuBytes) << round;
       ASSERT_EQ(bytes, strict.fromUnicode(ourUnits)) << round;
     }
   }
-  EXPECT_GT(invalid, 30000);  // the generator must give many faults
-  EXPECT_LT(invalid, 90000);
-}
-
-// Whether the first surrogate fault in the units is a lone low surrogate.
-bool loneLowFirst(U16 const& u) {
-  for (size_t i = 0; i < u.size(); ++i) {
-    bool const high = u[i] >= 0xD800 && u[i] <= 0xDBFF, low = u[i] >= 0xDC00 && u[i] <= 0xDFFF;
-    if (high && i + 1 < u.size() && u[i + 1] >= 0xDC00 && u[i + 1] <= 0xDFFF)
-      ++i;
-    else if (high || low)
-      return low;
-  }
-  return false;
-}
-
-TEST(Utf8AgainstIcu, RandomUnitStrings) {
-  IcuUtf8 icu;
-  Utf8Converter utf8;
-  std::mt19937 rng(16);
-  unsigned short const special[] = {0xD800, 0xDBFF, 0xDC00, 0xDFFF, 0x7F, 0x80, 0x7FF, 0x800, 0xFFFF, 0x41};
-  int compared = 0;
-  for (int round = 0; round < 20000; ++round) {
-    U16 units;
-    size_t length = rng() % 40;
-    for (size_t i = 0; i < length; ++i) {
-      units += rng() % 3 == 0 ? special[rng() % 10]
-                              : static_cast<unsigned short>(rng() % (rng() % 2 ? 0x80 : 0x10000));
-    }
-    if (loneLowFirst(units)) continue;  // where the rules differ
-    std::string icuBytes, ourBytes;
-    bool icuOk = icu.fromUnicode(units, icuBytes);
-    bool ourOk = ours(utf8, units, ourBytes);
-    ASSERT_EQ(icuOk, ourOk) << round;
-    ASSERT_EQ(icuBytes, ourBytes) << round;
-    ++compared;
-  }
-  EXPECT_GT(compared, 5000);
-}
-
-void appendUtf8(std::string& out, unsigned int cp) {
-  if (cp < 0x80) {
-    out += static_cast<char>(cp);
-  } else if (cp < 0x800) {
-    out += static_cast<char>(0xC0 | (cp >> 6));
-    out += static_cast<char>(0x80 | (cp & 0x3F));
-  } else if (cp < 0x10000) {
-    out += static_cast<char>(0xE0 | (cp >> 12));
-    out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
-    out += static_cast<char>(0x80 | (cp & 0x3F));
-  } else {
-    out += static_cast<char>(0xF0 | (cp >> 18));
-    out += static_cast<char>(0x80 | ((cp >> 12) & 0x3F));
-    out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
-    out += static_cast<char>(0x80 | (cp & 0x3F));
-  }
-}
-
-// A code point of the given UTF-8 length, often at the edge of its range or next to the surrogates.
-unsigned int codePointOfLength(std::mt19937& rng, int length) {
-  static unsigned int const low[] = {0, 0x80, 0x800, 0x10000};
-  static unsigned int const high[] = {0x7F, 0x7FF, 0xFFFF, 0x10FFFF};
-  static unsigned int const edges[] = {0x00,   0x7F,   0x80,   0x7FF,   0x800,
-                                       0xD7FF, 0xE000, 0xFFFF, 0x10000, 0x10FFFF};
-  for (;;) {
-    unsigned int cp = rng() % 8 == 0 ? edges[rng() % 10]
-                                     : low[length - 1] + rng() % (high[length - 1] - low[length - 1] + 1);
-    bool fits = cp >= low[length - 1] && cp <= high[length - 1];
-    if (fits && (cp < 0xD800 || cp > 0xDFFF)) return cp;
-  }
-}
-
-// Long texts in runs of characters of one length (as prose in one script), so that windows of 12 to
-// 64 bytes hold every mix; with faults, a malformed piece now and then.
-std::string longText(std::mt19937& rng, bool faults) {
-  static char const* const bad[] = {"\x80",
-                                    "\xBF",
-                                    "\xC0\xAF",
-                                    "\xC1\x81",
-                                    "\xC3",
-                                    "\xE0\x9F\xBF",
-                                    "\xE4\xB8",
-                                    "\xED\xA0\x80",
-                                    "\xED\xBF\xBF",
-                                    "\xF0\x8F\xBF\xBF",
-                                    "\xF4\x90\x80\x80",
-                                    "\xF0\x9F\x98",
-                                    "\xF5\x80\x80",
-                                    "\xFF",
-                                    "\x00\x80"};
-  std::string out;
-  size_t target = 16 + rng() % 300;
-  while (out.size() < target) {
-    int weights[] = {1, 1, 1, 1, 1, 2, 2, 2, 3, 3, 3, 4};
-    int length = weights[rng() % 12];
-    int run = 1 + static_cast<int>(rng() % 24);
-    for (int i = 0; i < run; ++i) appendUtf8(out, codePointOfLength(rng, length));
-    if (faults && rng() % 6 == 0) {
-      char const* piece = bad[rng() % 15];
-      out.append(piece, piece[0] == 0 ? 2 : std::strlen(piece));
-    }
-  }
-  return out;
-}
-
-TEST(Utf8AgainstIcu, LongTextsInRuns) {
-  IcuUtf8 icu;
-  IntrusivePointer<UC> skipping = UC::utf8ToUnicode();
-  skipping->setInvalidStrategy(UC::INVALID_SKIP);
-  Utf8Converter strict;
-  std::mt19937 rng(2024);
-  int invalid = 0;
-  for (int round = 0; round < 20000; ++round) {
-    std::string bytes = longText(rng, round % 2 == 1);
-    U16 icuUnits, ourUnits;
-    bool icuOk = icu.toUnicode(bytes, false, icuUnits);
-    bool ourOk = ours(strict, bytes, ourUnits);
-    ASSERT_EQ(icuOk, ourOk) << round;
-    ASSERT_EQ(icuUnits, ourUnits) << round;
-    ASSERT_TRUE(icu.toUnicode(bytes, true, icuUnits));
-    ASSERT_EQ(icuUnits, skipping->toUnicode(bytes)) << round;
-    if (!ourOk) {
-      ++invalid;
-      continue;
-    }
-    std::string icuBytes, ourBytes;
-    ASSERT_TRUE(icu.fromUnicode(ourUnits, icuBytes));
-    ASSERT_TRUE(ours(strict, ourUnits, ourBytes));
-    ASSERT_EQ(bytes, icuBytes) << round;
-    ASSERT_EQ(bytes, ourBytes) << round;
-  }
-  EXPECT_GT(invalid, 5000);  // most texts with faults have one
-  EXPECT_LT(invalid, 10001);
-}
-
-// Units in runs the same way, with now and then a high surrogate without its low one.
-TEST(Utf8AgainstIcu, LongUnitTextsInRuns) {
-  IcuUtf8 icu;
-  Utf8Converter utf8;
-  std::mt19937 rng(4048);
-  int invalid = 0;
-  for (int round = 0; round < 20000; ++round) {
-    U16 units;
-    size_t target = 8 + rng() % 200;
-    while (units.size() < target) {
-      int weights[] = {1, 1, 1, 2, 2, 3, 3, 4};
-      int length = weights[rng() % 8];
-      int run = 1 + static_cast<int>(rng() % 20);
-      for (int i = 0; i < run; ++i) units += unitsOf(codePointOfLength(rng, length));
-      if (round % 2 == 1 && rng() % 8 == 0) units += static_cast<unsigned short>(0xD800 + rng() % 0x400);
-    }
-    std::string icuBytes, ourBytes;
-    bool icuOk = icu.fromUnicode(units, icuBytes);
-    bool ourOk = ours(utf8, units, ourBytes);
-    ASSERT_EQ(icuOk, ourOk) << round;
-    ASSERT_EQ(icuBytes, ourBytes) << round;
-    if (!ourOk) ++invalid;
-  }
-  EXPECT_GT(invalid, 3000);
-  EXPECT_LT(invalid, 10001);
+  EXPECT_GT(invalid, 30000);  // the generator must give many faults, and many texts without
+  EXPECT_LT(invalid, 75000);
+  EXPECT_GT(invalidUnits, 3000);
+  EXPECT_LT(invalidUnits, 10001);
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 
 #include <random>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace vyk {
@@ -32,13 +33,8 @@ std::string run(Whole f, U16 const& text, IntrusivePointer<UC> conv, int targetL
 
 // Generated and parsed texts over ISO 8859-1, exact to the byte.
 TEST(UnicodeEscapes, GeneratedAndParsedTexts) {
-  struct Case {
-    Whole f;
-    U16 text;
-    int targetLen;
-    std::string expected;
-  };
-  Case const cases[] = {
+  // The form, a text, the room and the text made.
+  std::tuple<Whole, U16, int, std::string> const cases[] = {
       {generateUESC, {0x20AC}, 64, "\\u20AC"},
       {generateUESC, u(","), 64, "\\u002C"},
       {generateUESC, {0xFFFF, 0x0}, 64, "\\uFFFF\\u0000"},
@@ -74,9 +70,9 @@ TEST(UnicodeEscapes, GeneratedAndParsedTexts) {
       {parseUPAREN, u("<u0041><u0042>"), 1, "A"},
   };
   IntrusivePointer<UC> latin1 = UC::iso88591ToUnicode();
-  for (Case const& c : cases) {
-    SCOPED_TRACE(latin1->fromUnicode(c.text));
-    EXPECT_EQ(c.expected, run(c.f, c.text, latin1, c.targetLen));
+  for (auto const& [f, text, targetLen, expected] : cases) {
+    SCOPED_TRACE(latin1->fromUnicode(text));
+    EXPECT_EQ(expected, run(f, text, latin1, targetLen));
   }
   // Plain units go through the converter, the forms stay ASCII.
   IntrusivePointer<UC> ebcdic = UC::openEdition1047ToUnicode();
@@ -100,14 +96,10 @@ TEST(UnicodeEscapes, ParsingThroughUtf8WritesAllBytesForUescAndOneForUncr) {
 }
 
 TEST(UnicodeEscapes, StepsReturnMinusOneWithoutMoving) {
-  struct Case {
-    int (*step)(unsigned short const*&, unsigned short const*, IntrusivePointer<UC>, char*&, char const*);
-    U16 text;
-    int room;
-    int result;
-    long sourceMoved;
-  };
-  Case const cases[] = {
+  // The step, its text and room; the result and the units it moved the source by.
+  std::tuple<int (*)(unsigned short const*&, unsigned short const*, IntrusivePointer<UC>, char*&,
+                     char const*),
+             U16, int, int, long> const cases[] = {
       {generateUESCencoding, u("\\u0041"), 6, -1, 0},  // needs n+6 = 7
       {generateUESCencoding, u("\\u0041"), 7, 7, 6},
       {generateUNCRencoding, {0x20AC}, 7, -1, 0},
@@ -120,26 +112,22 @@ TEST(UnicodeEscapes, StepsReturnMinusOneWithoutMoving) {
       {parseUNCRencoding, u("&#00065;"), 0, -1, 0},
   };
   IntrusivePointer<UC> latin1 = UC::iso88591ToUnicode();
-  for (Case const& c : cases) {
-    SCOPED_TRACE(latin1->fromUnicode(c.text));
-    std::vector<char> buf(static_cast<size_t>(c.room) + 1, '\x7E');
-    unsigned short const* s = c.text.data();
+  for (auto const& [step, text, room, result, sourceMoved] : cases) {
+    SCOPED_TRACE(latin1->fromUnicode(text));
+    std::vector<char> buf(static_cast<size_t>(room) + 1, '\x7E');
+    unsigned short const* s = text.data();
     char* t = buf.data();
-    EXPECT_EQ(c.result, c.step(s, c.text.data() + c.text.size(), latin1, t, buf.data() + c.room));
-    EXPECT_EQ(c.sourceMoved, s - c.text.data());
-    EXPECT_EQ(c.result < 0 ? 0 : c.result, t - buf.data());
-    EXPECT_EQ('\x7E', buf[static_cast<size_t>(c.room)]);
+    EXPECT_EQ(result, step(s, text.data() + text.size(), latin1, t, buf.data() + room));
+    EXPECT_EQ(sourceMoved, s - text.data());
+    EXPECT_EQ(result < 0 ? 0 : result, t - buf.data());
+    EXPECT_EQ('\x7E', buf[static_cast<size_t>(room)]);
   }
 }
 
 TEST(UnicodeEscapes, LengthsAndFixedTexts) {
   EXPECT_EQ(7, uescLength(u("uUu0041").c_str()));
   EXPECT_EQ(8, uncrLength(u("##65535;").c_str()));
-  struct Case {
-    unsigned short const* (*text)();
-    unsigned short unit;
-  };
-  Case const cases[] = {
+  std::pair<unsigned short const* (*)(), unsigned short> const cases[] = {
       {backslashUniCharStar, 0x5C},
       {rbraceUniCharStar, 0x7D},
       {lbraceUniCharStar, 0x7B},
@@ -158,9 +146,8 @@ TEST(UnicodeEscapes, LengthsAndFixedTexts) {
       {poundUniCharStar, 0xA3},
       {bitcoinUniCharStar, 0x20BF},
       {leftSquareBracketUniCharStar, 0x5B},
-      {rightSquareBracketUniCharStar, 0x5D},
-  };
-  for (Case const& c : cases) EXPECT_EQ(U16(1, c.unit), U16(c.text())) << c.unit;
+      {rightSquareBracketUniCharStar, 0x5D}};
+  for (auto [text, unit] : cases) EXPECT_EQ(U16(1, unit), U16(text())) << unit;
 }
 
 // parse(generate(x)) gives x in the converter's encoding, for random texts over an alphabet rich in

@@ -3,8 +3,13 @@
 #ifndef VYK_TESTS_SUPPORT_TESTENCODINGS_H
 #define VYK_TESTS_SUPPORT_TESTENCODINGS_H
 
+#include <algorithm>
 #include <atomic>
 #include <cstdint>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
 
 #include "vyk/util/CharConversionSpec.h"
 #include "vyk/util/CharConverter.h"
@@ -41,8 +46,9 @@ inline TestEncoding const kUtf32BE{ENC_UTF32BE | ENC_ASCII_LINE_ENDS, TestEncodi
 inline TestEncoding const kNoLineEnds{0, TestEncoding::LATIN1, "nolineends"};
 
 // Converts one character at a time through its code point. Stops in front of a character that is
-// malformed (Invalid), has no form in the target (Unmappable) or does not fit (Overflow). Counts its
-// calls in *calls when given.
+// malformed (Invalid), has no form in the target (Unmappable) or does not fit (Overflow), and in front
+// of the bytes set as invalidAt and unmappableAt. Counts its calls in *calls when given, logs the run
+// flags of every call, and how many threads were inside at once.
 class TestConverter : public CharConverter {
  public:
   using CharConverter::convert;
@@ -51,21 +57,24 @@ class TestConverter : public CharConverter {
                 std::atomic<int>* calls)
       : CharConverter(handler), from_(from), to_(to), calls_(calls) {}
 
-  void convert(char const** source, char const* sourceEnd, char** target, char const* targetEnd, bool, bool,
-               ErrorCode& code, bool) const override {
+  void convert(char const** source, char const* sourceEnd, char** target, char const* targetEnd, bool atStart,
+               bool atEnd, ErrorCode& code, bool) const override {
     if (calls_ != nullptr) ++*calls_;
+    mostInside = std::max(mostInside, ++inside);
+    std::this_thread::yield();  // lets another thread in, if nothing keeps it out
+    flags.push_back({atStart, atEnd});
     unsigned char const* s = reinterpret_cast<unsigned char const*>(*source);
     unsigned char const* const end = reinterpret_cast<unsigned char const*>(sourceEnd);
     code = Ok;
     while (s != end) {
       std::uint32_t cp = 0;
-      int const taken = decode(from_, s, end, cp);
+      int const taken = *s == invalidAt ? 0 : decode(from_, s, end, cp);
       if (taken == 0) {
         code = Invalid;
         break;
       }
       unsigned char bytes[4];
-      int const n = encode(to_, cp, bytes);
+      int const n = *s == unmappableAt ? 0 : encode(to_, cp, bytes);
       if (n == 0) {
         code = Unmappable;
         break;
@@ -78,6 +87,7 @@ class TestConverter : public CharConverter {
       s += taken;
     }
     *source = reinterpret_cast<char const*>(s);
+    --inside;
   }
   unsigned long maxRequiredOutputBufferLength(unsigned long sourceLength) const override {
     return 4 * sourceLength;
@@ -85,15 +95,34 @@ class TestConverter : public CharConverter {
   int maxSourceBytesPerChar() const override { return width(from_); }
   int maxTargetBytesPerChar() const override { return width(to_); }
 
+  int invalidAt = -1, unmappableAt = -1;
+  mutable std::vector<std::pair<bool, bool>> flags;  // atStart, atEnd
+  mutable std::atomic<int> inside{0};
+  mutable int mostInside = 0;
+
   static int width(TestEncoding::Form form) {
     return form == TestEncoding::LATIN1 || form == TestEncoding::EBCDIC1047 ? 1 : 4;
   }
 
  private:
+  static bool littleEndian(TestEncoding::Form form) {
+    return form == TestEncoding::UTF16LE || form == TestEncoding::UTF32LE;
+  }
+  // The unit of `size` bytes at `at`, in the form's byte order; and the other way.
+  static std::uint32_t get(unsigned char const* at, int size, bool le) {
+    std::uint32_t v = 0;
+    for (int i = 0; i < size; ++i) v |= static_cast<std::uint32_t>(at[le ? i : size - 1 - i]) << (8 * i);
+    return v;
+  }
+  static void put(std::uint32_t v, int size, bool le, unsigned char* at) {
+    for (int i = 0; i < size; ++i) at[le ? i : size - 1 - i] = static_cast<unsigned char>(v >> (8 * i));
+  }
+
   // Bytes taken by one character at s, 0 when malformed (cut off included).
   static int decode(TestEncoding::Form form, unsigned char const* s, unsigned char const* end,
                     std::uint32_t& cp) {
     long const left = end - s;
+    bool const le = littleEndian(form);
     switch (form) {
       case TestEncoding::LATIN1:
         cp = s[0];
@@ -114,92 +143,56 @@ class TestConverter : public CharConverter {
           cp = cp << 6 | (s[i] & 0x3F);
         }
         static std::uint32_t const least[] = {0, 0, 0x80, 0x800, 0x10000};
-        if (cp < least[n] || cp > 0x10FFFF || (cp >= 0xD800 && cp < 0xE000)) return 0;
-        return n;
+        return cp < least[n] || cp > 0x10FFFF || (cp >= 0xD800 && cp < 0xE000) ? 0 : n;
       }
       case TestEncoding::UTF16LE:
       case TestEncoding::UTF16BE: {
-        bool const le = form == TestEncoding::UTF16LE;
-        auto unit = [&](int at) { return le ? s[at] | s[at + 1] << 8 : s[at] << 8 | s[at + 1]; };
         if (left < 2) return 0;
-        std::uint32_t const u = static_cast<std::uint32_t>(unit(0));
-        if (u < 0xD800 || u >= 0xE000) {
-          cp = u;
-          return 2;
-        }
-        if (u >= 0xDC00 || left < 4) return 0;
-        std::uint32_t const low = static_cast<std::uint32_t>(unit(2));
-        if (low < 0xDC00 || low >= 0xE000) return 0;
-        cp = 0x10000 + ((u - 0xD800) << 10) + (low - 0xDC00);
+        cp = get(s, 2, le);
+        if (cp < 0xD800 || cp >= 0xE000) return 2;
+        std::uint32_t const low = left < 4 ? 0 : get(s + 2, 2, le);
+        if (cp >= 0xDC00 || low < 0xDC00 || low >= 0xE000) return 0;
+        cp = 0x10000 + ((cp - 0xD800) << 10) + (low - 0xDC00);
         return 4;
       }
       case TestEncoding::UTF32LE:
-      case TestEncoding::UTF32BE: {
+      case TestEncoding::UTF32BE:
         if (left < 4) return 0;
-        cp = form == TestEncoding::UTF32LE ? static_cast<std::uint32_t>(s[0] | s[1] << 8 | s[2] << 16) |
-                                                 static_cast<std::uint32_t>(s[3]) << 24
-                                           : static_cast<std::uint32_t>(s[0]) << 24 |
-                                                 static_cast<std::uint32_t>(s[1] << 16 | s[2] << 8 | s[3]);
-        if (cp > 0x10FFFF || (cp >= 0xD800 && cp < 0xE000)) return 0;
-        return 4;
-      }
+        cp = get(s, 4, le);
+        return cp > 0x10FFFF || (cp >= 0xD800 && cp < 0xE000) ? 0 : 4;
     }
     return 0;
   }
 
   // Bytes of cp in the form, 0 when the form cannot hold it.
   static int encode(TestEncoding::Form form, std::uint32_t cp, unsigned char* out) {
+    bool const le = littleEndian(form);
     switch (form) {
       case TestEncoding::LATIN1:
-        if (cp > 0xFF) return 0;
-        out[0] = static_cast<unsigned char>(cp);
-        return 1;
       case TestEncoding::EBCDIC1047:
         if (cp > 0xFF) return 0;
-        out[0] = (*TrantabTable::iso88591ToOpenEdition1047())[static_cast<unsigned char>(cp)];
+        out[0] = form == TestEncoding::LATIN1 ? static_cast<unsigned char>(cp)
+                                              : (*TrantabTable::iso88591ToOpenEdition1047())[cp & 0xFF];
         return 1;
-      case TestEncoding::UTF8:
-        if (cp < 0x80) {
-          out[0] = static_cast<unsigned char>(cp);
-          return 1;
-        }
-        if (cp < 0x800) {
-          out[0] = static_cast<unsigned char>(0xC0 | cp >> 6);
-          out[1] = static_cast<unsigned char>(0x80 | (cp & 0x3F));
-          return 2;
-        }
-        if (cp < 0x10000) {
-          out[0] = static_cast<unsigned char>(0xE0 | cp >> 12);
-          out[1] = static_cast<unsigned char>(0x80 | (cp >> 6 & 0x3F));
-          out[2] = static_cast<unsigned char>(0x80 | (cp & 0x3F));
-          return 3;
-        }
-        out[0] = static_cast<unsigned char>(0xF0 | cp >> 18);
-        out[1] = static_cast<unsigned char>(0x80 | (cp >> 12 & 0x3F));
-        out[2] = static_cast<unsigned char>(0x80 | (cp >> 6 & 0x3F));
-        out[3] = static_cast<unsigned char>(0x80 | (cp & 0x3F));
-        return 4;
-      case TestEncoding::UTF16LE:
-      case TestEncoding::UTF16BE: {
-        bool const le = form == TestEncoding::UTF16LE;
-        auto put = [&](std::uint32_t u, unsigned char* at) {
-          at[le ? 0 : 1] = static_cast<unsigned char>(u & 0xFF);
-          at[le ? 1 : 0] = static_cast<unsigned char>(u >> 8);
-        };
-        if (cp < 0x10000) {
-          put(cp, out);
-          return 2;
-        }
-        put(0xD800 + ((cp - 0x10000) >> 10), out);
-        put(0xDC00 + ((cp - 0x10000) & 0x3FF), out + 2);
-        return 4;
+      case TestEncoding::UTF8: {
+        int const n = cp < 0x80 ? 1 : cp < 0x800 ? 2 : cp < 0x10000 ? 3 : 4;
+        static unsigned char const lead[] = {0, 0, 0xC0, 0xE0, 0xF0};
+        for (int i = n - 1; i > 0; --i, cp >>= 6) out[i] = static_cast<unsigned char>(0x80 | (cp & 0x3F));
+        out[0] = static_cast<unsigned char>(lead[n] | cp);
+        return n;
       }
+      case TestEncoding::UTF16LE:
+      case TestEncoding::UTF16BE:
+        if (cp < 0x10000) {
+          put(cp, 2, le, out);
+          return 2;
+        }
+        put(0xD800 + ((cp - 0x10000) >> 10), 2, le, out);
+        put(0xDC00 + ((cp - 0x10000) & 0x3FF), 2, le, out + 2);
+        return 4;
       case TestEncoding::UTF32LE:
       case TestEncoding::UTF32BE:
-        for (int i = 0; i < 4; ++i) {
-          unsigned char const b = static_cast<unsigned char>(cp >> (8 * i));
-          out[form == TestEncoding::UTF32LE ? i : 3 - i] = b;
-        }
+        put(cp, 4, le, out);
         return 4;
     }
     return 0;
@@ -236,6 +229,25 @@ class CountingErrorHandler : public CharConverter::ErrorHandler {
   mutable int overflows = 0;
   mutable int invalids = 0;
   mutable int unmappables = 0;
+};
+
+// An error handler that writes one letter per call (O, I, U) and, when asked, throws HandlerThrew after.
+struct HandlerThrew {};
+class RecordingErrorHandler : public CharConverter::ErrorHandler {
+ public:
+  explicit RecordingErrorHandler(bool throws = false) : throws_(throws) {}
+  void onOverflow() const override { record('O'); }
+  void onInvalid() const override { record('I'); }
+  void onUnmappable() const override { record('U'); }
+
+  mutable std::string calls;
+
+ private:
+  void record(char c) const {
+    calls += c;
+    if (throws_) throw HandlerThrew();
+  }
+  bool throws_;
 };
 
 }  // namespace testing

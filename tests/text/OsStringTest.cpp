@@ -11,51 +11,22 @@
 #include <thread>
 #include <vector>
 
+#include "tests/support/TestEncodings.h"
+
 namespace vyk {
 namespace {
 
-// Latin-1 to UTF-8, one character at a time, stopping with Overflow when the next one does not fit
-// whole. Reports Unmappable at the byte 0x80 and Invalid at 0x81, leaving the source on it. Records
-// the flags of each call and how many threads are inside convert at once.
-struct Latin1ToUtf8 : CharConverter {
-  explicit Latin1ToUtf8(ErrorHandler const* handler = nullptr) : CharConverter(handler) {}
-  void convert(char const** source, char const* sourceEnd, char** target, char const* targetEnd, bool atStart,
-               bool atEnd, ErrorCode& code, bool /*reservedFlag*/) const override {
-    mostInside_ = std::max(mostInside_, ++inside_);
-    std::this_thread::yield();
-    calls_.push_back({atStart, atEnd});
-    code = Ok;
-    for (; *source < sourceEnd && code == Ok; ++*source) {
-      unsigned char c = static_cast<unsigned char>(**source);
-      if (c == 0x80 || c == 0x81)
-        code = c == 0x80 ? Unmappable : Invalid;
-      else if (targetEnd - *target < (c < 0x80 ? 1 : 2))
-        code = Overflow;
-      else if (c < 0x80)
-        *(*target)++ = static_cast<char>(c);  // one byte; below, two
-      else
-        *(*target)++ = static_cast<char>(0xC0 | (c >> 6)),
-        *(*target)++ = static_cast<char>(0x80 | (c & 0x3F));
-    }
-    if (code != Ok) --*source;  // stay on the byte that stopped the conversion
-    --inside_;
-  }
-  unsigned long maxRequiredOutputBufferLength(unsigned long n) const override { return 2 * n; }
-  int maxSourceBytesPerChar() const override { return 1; }
-  int maxTargetBytesPerChar() const override { return 2; }
+using testing::TestConverter;
 
-  mutable std::vector<std::pair<bool, bool>> calls_;  // atStart, atEnd
-  mutable std::atomic<int> inside_{0};
-  mutable int mostInside_ = 0;
-};
-
-// A handler that returns, counting what it was told.
-struct CountingHandler : CharConverter::ErrorHandler {
-  void onOverflow() const override { ++overflows; }
-  void onInvalid() const override { ++invalids; }
-  void onUnmappable() const override { ++unmappables; }
-  mutable int overflows = 0, invalids = 0, unmappables = 0;
-};
+// Latin-1 to UTF-8, stopping with Overflow when the next character does not fit whole; Unmappable at
+// the byte 0x80 and Invalid at 0x81, leaving the source on it.
+IntrusivePointer<TestConverter> latin1ToUtf8(CharConverter::ErrorHandler const* handler = nullptr) {
+  IntrusivePointer<TestConverter> converter(
+      new TestConverter(testing::TestEncoding::LATIN1, testing::TestEncoding::UTF8, handler, nullptr));
+  converter->unmappableAt = 0x80;
+  converter->invalidAt = 0x81;
+  return converter;
+}
 
 struct OsStrings : ::testing::Test {
   void TearDown() override { resetOsStringConverter(); }
@@ -64,16 +35,16 @@ struct OsStrings : ::testing::Test {
 TEST_F(OsStrings, ConversionRunsInBlocksAndOnlySessionToOsEndsInTheFileSystemForm) {
   std::string const bytes("a\xFF\xC0\x80z\0tail", 9);  // no UTF-8: without converters it is not checked
   EXPECT_EQ(bytes, convertSessionStringToOsString(bytes));
-  IntrusivePointer<Latin1ToUtf8> toOs(new Latin1ToUtf8);
+  IntrusivePointer<TestConverter> toOs = latin1ToUtf8();
   setOsStringConverters(toOs, nullptr);
   // One ASCII byte, then 200 two-byte characters: 401 bytes, and the odd start leaves one byte of
   // room at the end of the first block, too little for a whole character.
   std::string session = "x" + std::string(200, '\xE9'), expected = "x";
   for (int i = 0; i < 200; ++i) expected += "\xC3\xA9";
   EXPECT_EQ(expected, convertSessionStringToOsString(session));
-  ASSERT_EQ(4u, toOs->calls_.size());  // 127 + 128 + 128 + 18 bytes
-  for (std::size_t i = 0; i < toOs->calls_.size(); ++i)
-    EXPECT_EQ(std::make_pair(i == 0, true), toOs->calls_[i]) << "call " << i;
+  ASSERT_EQ(4u, toOs->flags.size());  // 127 + 128 + 128 + 18 bytes
+  for (std::size_t i = 0; i < toOs->flags.size(); ++i)
+    EXPECT_EQ(std::make_pair(i == 0, true), toOs->flags[i]) << "call " << i;
   EXPECT_EQ(session, convertOsStringToSessionString(session));  // no converter that way: a copy
   // Text converted up to an embedded 0 stops there in the file system's form.
   EXPECT_EQ("Caf\xC3\xA9", convertSessionStringToOsString(std::string("Caf\xE9\0more", 8)));
@@ -83,15 +54,15 @@ TEST_F(OsStrings, ConversionRunsInBlocksAndOnlySessionToOsEndsInTheFileSystemFor
 }
 
 TEST_F(OsStrings, FaultsGoToTheHandlerAndReleaseTheLock) {
-  setOsStringConverters(new Latin1ToUtf8, new Latin1ToUtf8);
+  setOsStringConverters(latin1ToUtf8(), latin1ToUtf8());
   EXPECT_THROW(convertSessionStringToOsString("ab\x80"), CharConverter::UnmappableError);
   EXPECT_THROW(convertOsStringToSessionString("ab\x81"), CharConverter::InvalidError);
   // Another thread can take the lock at once: the exception released it.
   std::future<void> other = std::async(std::launch::async, [] { resetOsStringConverter(); });
   ASSERT_EQ(std::future_status::ready, other.wait_for(std::chrono::seconds(20)));
   // A handler that returns ends the conversion at the fault.
-  CountingHandler handler;
-  setOsStringConverters(new Latin1ToUtf8(&handler), new Latin1ToUtf8(&handler));
+  testing::CountingErrorHandler handler;
+  setOsStringConverters(latin1ToUtf8(&handler), latin1ToUtf8(&handler));
   EXPECT_EQ("a\xC3\xA9", convertSessionStringToOsString("a\xE9\x80zz"));
   EXPECT_EQ("a\xC3\xA9", convertOsStringToSessionString("a\xE9\x81zz"));
   EXPECT_EQ((std::vector<int>{1, 1, 0}),
@@ -99,7 +70,7 @@ TEST_F(OsStrings, FaultsGoToTheHandlerAndReleaseTheLock) {
 }
 
 TEST_F(OsStrings, ConcurrentConversionsUseTheConverterOneAtATime) {
-  IntrusivePointer<Latin1ToUtf8> toOs(new Latin1ToUtf8);
+  IntrusivePointer<TestConverter> toOs = latin1ToUtf8();
   setOsStringConverters(toOs, nullptr);
   std::atomic<int> wrong(0);
   std::vector<std::thread> threads;
@@ -111,7 +82,7 @@ TEST_F(OsStrings, ConcurrentConversionsUseTheConverterOneAtATime) {
   }
   for (std::thread& thread : threads) thread.join();
   EXPECT_EQ(0, wrong.load());
-  EXPECT_EQ(1, toOs->mostInside_);
+  EXPECT_EQ(1, toOs->mostInside);
 }
 
 TEST(Utf8ToOsString, WellFormedTextPassesUpToItsFirstZeroAndMalformedTextIsRefused) {

@@ -3,9 +3,11 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <random>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include "vyk/util/Exception.h"
@@ -63,23 +65,26 @@ TEST(StringLookup, KeysCompileToCompressedStates) {
   EXPECT_EQ("name -1;", edgesOf(one, one.rootState()));
 }
 
-TEST(StringLookup, ExactBeatsAbbreviation) {
-  expectProbes(
-      Table(false, {"cat", "car", "dog"}),
-      {{"d", kUnique, 3}, {"ca", kUnique, 0}, {"dogs", kUnique, 0}, {"d", kWhole, 0}, {"", kUnique, 0}});
-  expectProbes(Table(false, {"abc", "ab"}), {{"ab", kUnique, 2}, {"a", kUnique, 0}, {"abc", kUnique, 1}});
-}
-
-TEST(StringLookup, CaseInsensitiveFoldsOnlyAsciiLetters) {
-  expectProbes(
-      Table(true, {"SELECT", "SET", "\xC9T\xC9"}),
-      {{"sElEcT", kWhole, 1}, {"se", kUnique, 0}, {"\xC9t\xC9", kWhole, 3}, {"\xE9T\xE9", kUnique, 0}});
-  expectProbes(Table(false, {"\xE9t\xE9"}), {{"\xE9t\xE9", kWhole, 1}, {"\xC9T\xC9", kWhole, 0}});
-  Table lower(true, {"select", "set"});
-  for (Lookup::Transition const& t : lower.transitions())
-    EXPECT_EQ(std::string::npos,
-              (std::string(1, static_cast<char>(t.ch)) + t.tail).find_first_of("abcdefghijklmnopqrstuvwxyz"))
-        << t.tail;
+// The random comparison below covers these too; here the rules as single cases: an exact key beats an
+// abbreviation, only ASCII letters fold, equal keys find the first added (beside 7 letters, found by
+// bisection, and beside 16, by byte dispatch).
+TEST(StringLookup, WorkedProbes) {
+  std::vector<std::string> wide = {"w", "w"};
+  for (char c = 'a'; c <= 'p'; ++c) wide.push_back(std::string("w") + c);
+  expectProbes(Table(false, {"cat", "car", "dog", "abc", "ab"}), {{"d", kUnique, 3},
+                                                                  {"ca", kUnique, 0},
+                                                                  {"dogs", kUnique, 0},
+                                                                  {"d", kWhole, 0},
+                                                                  {"", kUnique, 0},
+                                                                  {"ab", kUnique, 5},
+                                                                  {"a", kUnique, 0}});
+  expectProbes(Table(true, {"SELECT", "SET", "\xC9T\xC9", "ABC", "abc"}), {{"sElEcT", kWhole, 1},
+                                                                           {"se", kUnique, 0},
+                                                                           {"\xC9t\xC9", kWhole, 3},
+                                                                           {"\xE9T\xE9", kUnique, 0},
+                                                                           {"aBc", kUnique, 4}});
+  expectProbes(Table(false, {"ka", "kb", "kc", "kd", "ke", "kf", "kg", "k", "k"}), {{"k", kUnique, 8}});
+  expectProbes(Table(false, wide), {{"w", kUnique, 1}, {"wp", kWhole, 18}});
 }
 
 // Lower-case keys with the bytes between 'Z' and 'a' fold so that raw order and folded order
@@ -95,27 +100,14 @@ TEST(StringLookup, EdgesAscendWithBytesBetweenTheAlphabets) {
   }
 }
 
-TEST(StringLookup, EqualKeysFindTheFirstAdded) {
-  // Two end-of-key edges beside 7 letters (bisection) and beside 16 (byte dispatch).
-  std::vector<std::string> narrow = {"ka", "kb", "kc", "kd", "ke", "kf", "kg", "k", "k"}, wide;
-  for (char c = 'a'; c <= 'p'; ++c) wide.push_back(std::string("w") + c);
-  wide.insert(wide.end(), {"w", "w"});
-  expectProbes(Table(false, narrow), {{"k", kUnique, 8}, {"kd", kWhole, 4}});
-  expectProbes(Table(false, wide), {{"w", kUnique, 17}, {"wp", kWhole, 16}});
-  expectProbes(Table(true, {"ABC", "abc", "abd"}), {{"aBc", kUnique, 1}});
-}
-
-TEST(StringLookup, AZeroEndsTheText) {
-  Table table(false, {"ab", "abcdefgh", "abcdefghijklmnopq"});
-  std::pair<StringView, long> const cases[] = {{StringView("ab\0zz", 5), 1},
-                                               {StringView("abcdefgh\0ijklmnop", 17), 2},
-                                               {StringView("ab\0zzzzzzzzzzzzzzzzzz", 21), 0},  // too long
-                                               {StringView("abcdefg\0", 8), 0}};
-  for (auto const& [text, expected] : cases) EXPECT_EQ(expected, table.findKeyIndex(text, kWhole));
-  EXPECT_EQ(3, table.findKeyIndex(StringView("abcdefghij\0", 11), kUnique));
-  // A key with a zero inside is found up to the zero only.
+// A zero ends the text (the random comparison below has more of these), also past a 16-byte step; a key
+// with a zero inside is found up to the zero only; a table not yet compiled finds nothing.
+TEST(StringLookup, ZerosAndUncompiledTables) {
+  Table table(false, {"ab", "abcdefghijklmnopq"});
+  EXPECT_EQ(1, table.findKeyIndex(StringView("ab\0zz", 5), kWhole));
+  EXPECT_EQ(0, table.findKeyIndex(StringView("ab\0zzzzzzzzzzzzzzzzzz", 21), kWhole));  // too long
+  EXPECT_EQ(2, table.findKeyIndex(StringView("abcdefghij\0", 11), kUnique));
   EXPECT_EQ(0, Table(false, {std::string("a\0b", 3), "q"}).findKeyIndex(StringView("a\0b", 3), kWhole));
-  // Not yet compiled: nothing is found.
   Lookup raw(csEnumClassParameters());
   raw.addKey("a");
   EXPECT_EQ(0, raw.findKeyIndex("a", kUnique));
@@ -198,18 +190,17 @@ TEST(StringLookup, CompiledTableServesManyThreads) {
   std::vector<std::string> keys;
   for (int i = 0; i < 500; ++i) keys.push_back("key" + std::to_string(i * 7919));
   Table table(true, keys);
-  std::vector<int> failures(4, 0);
+  std::atomic<int> failures(0);
   std::vector<std::thread> threads;
   for (int t = 0; t < 4; ++t) {
     threads.emplace_back([&, t] {
-      for (int round = 0; round < 20; ++round)
-        for (unsigned long i = 0; i < keys.size(); ++i)
-          if (table.findKeyIndex(keys[i], t % 2 == 0 ? kUnique : kWhole) != static_cast<long>(i + 1))
-            ++failures[t];
+      for (unsigned long i = 0; i < 20 * keys.size(); ++i)
+        failures +=
+            table.findKeyIndex(keys[i % 500], t % 2 ? kUnique : kWhole) != static_cast<long>(i % 500 + 1);
     });
   }
   for (std::thread& thread : threads) thread.join();
-  EXPECT_EQ(std::vector<int>(4, 0), failures);
+  EXPECT_EQ(0, failures.load());
 }
 
 // The typed layer in miniature: keys paired with int results.
@@ -245,18 +236,16 @@ struct Colours : StringLookupResultBase {
 TEST(StringLookupResult, KeysOfOneValueComeInTheOrderAdded) {
   Colours colours;
   EXPECT_EQ((std::vector<unsigned long>{0, 3, 5}), colours.getGroupStarts());
-  struct Case {
-    int value;
-    std::vector<unsigned long> keys;
-  };
-  Case const cases[] = {{1, {0, 2, 4}}, {2, {1, 5}}, {3, {3}}, {0, {}}, {4, {}}};
-  for (Case const& c : cases) {
-    SCOPED_TRACE(c.value);
-    StringRange range = colours.find(c.value);
+  // A value and its keys in result order.
+  std::tuple<int, std::vector<unsigned long>> const cases[] = {
+      {1, {0, 2, 4}}, {2, {1, 5}}, {3, {3}}, {0, {}}, {4, {}}};
+  for (auto const& [value, expected] : cases) {
+    SCOPED_TRACE(value);
+    StringRange range = colours.find(value);
     std::vector<unsigned long> keys;
     for (unsigned long p = range.first; p < range.end; ++p) keys.push_back((*range.resultOrder)[p]);
-    EXPECT_EQ(c.keys, keys);
-    EXPECT_EQ(c.keys.empty() ? nullptr : &colours, range.lookup);
+    EXPECT_EQ(expected, keys);
+    EXPECT_EQ(expected.empty() ? nullptr : &colours, range.lookup);
   }
 }
 
