@@ -9,10 +9,14 @@
 #if defined(__GNUC__) && defined(__x86_64__)
 // GCC 12 reports its own intrinsics that leave the upper part of a register undefined (the 256-bit
 // insert and extract) as "may be used uninitialized"; the report is about the header, not this code.
+#if !defined(__clang__)
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#endif
 #include <immintrin.h>
+#if !defined(__clang__)
 #pragma GCC diagnostic pop
+#endif
 #define VYK_SBCS_VBMI 1
 #endif
 

@@ -58,7 +58,9 @@ class ActiveImplHolder {
       impl.release();
       return;
     }
-    bool singleByte = typeid(*impl) == typeid(SingleByteEncodingStringUtilsSessionEncodedImpl);
+    StringUtilsSessionEncodedImpl const* object = impl.get();
+    bool singleByte =
+        object != nullptr && typeid(*object) == typeid(SingleByteEncodingStringUtilsSessionEncodedImpl);
     hot_.store(&kForwardingOperations, std::memory_order_release);
     delete impl_.exchange(impl.release(), std::memory_order_acq_rel);
     if (singleByte) hot_.store(&detail::singleByteHotOperations(), std::memory_order_release);
