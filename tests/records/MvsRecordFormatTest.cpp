@@ -41,7 +41,7 @@ TEST(MvsRecordFormat, GoldenFilesWrittenAndReadBack) {
       {"one record", {VSTREAM, VSSTREAM}, 256, {"abc"}, "\x00\x07\x00\x00"s "abc"},
       // A block size of 16 still gives blocks of 256 bytes.
       {"record fills block", {V, VB, VS, VBS}, 16, {A248}, BDW_FULL + "\x00\xFC\x00\x00"s + A248},
-      {"record fills block", {VSTREAM, VSSTREAM}, 16, {A248}, "\x00\xFC\x00\x00"s + A248},
+      {"record fills block", {VSSTREAM}, 16, {A248}, "\x00\xFC\x00\x00"s + A248},
       {"one byte more", {VS, VBS}, 256, {A248 + "z"}, BDW_FULL + "\x00\xFC\x01\x00"s + A248 +
        "\x00\x09\x00\x00"s "\x00\x05\x02\x00"s "z"},
       {"one byte more", {VSTREAM}, 256, {A248 + "z"}, "\x00\xFD\x00\x00"s + A248 + "z"},
