@@ -25,14 +25,6 @@ struct Tracked : RefCounted<CountT> {
 typedef Tracked<int> Plain;
 typedef Tracked<std::atomic<unsigned int>> Shared;
 
-// Runs body on four threads at once and waits for them.
-template <typename F>
-void onFourThreads(F body) {
-  std::vector<std::thread> threads;
-  for (int t = 0; t < 4; ++t) threads.emplace_back(body);
-  for (std::thread& t : threads) t.join();
-}
-
 TEST(RefCounted, CountsStartAtZeroAreNotCopiedAndReadAsSigned) {
   Plain a, b;
   a.addRef();
@@ -80,16 +72,26 @@ TEST(OwningPointers, LastReleaseDestroysAndAssignmentIsSafe) {
   for (int i = 0; i < 100; ++i) ASSERT_EQ(0, ints[i]);
 }
 
-TEST(IntrusivePointer, AtomicCountSurvivesManyThreads) {
+// Four threads count references on one object and a counter under one mutex.
+TEST(Threads, AtomicCountsAndAMutexHoldUnderFourThreads) {
   int destroyed = 0;
   IntrusivePointer<Shared> keeper(new Shared(&destroyed));
-  onFourThreads([&keeper] {
-    for (int i = 0; i < 200000; ++i) {
-      keeper->addRef();
-      keeper->release();
-      IntrusivePointer<Shared> copy(keeper);
-    }
-  });
+  mutex counterLock;
+  long counter = 0;
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 4; ++t) {
+    threads.emplace_back([&] {
+      for (int i = 0; i < 100000; ++i) {
+        keeper->addRef();
+        keeper->release();
+        IntrusivePointer<Shared> copy(keeper);
+        lock_guard<mutex> guard(counterLock);
+        ++counter;
+      }
+    });
+  }
+  for (std::thread& t : threads) t.join();
+  EXPECT_EQ(400000, counter);
   EXPECT_EQ(1, keeper->getReferenceCount());
   keeper.reset();
   EXPECT_EQ(1, destroyed);
@@ -122,18 +124,9 @@ TEST(ByteBuffer, PositionMustStayInsideTheBytes) {
   }
 }
 
-TEST(Mutex, RecursiveMutexNestsAndAMutexGuardsACounter) {
+TEST(Mutex, RecursiveMutexNestsAndErrorsNameTheirCause) {
   recursive_mutex nested;
   lock_guard<recursive_mutex> outer(nested), inner(nested);
-  mutex counterLock;
-  long counter = 0;
-  onFourThreads([&] {
-    for (int i = 0; i < 50000; ++i) {
-      lock_guard<mutex> guard(counterLock);
-      ++counter;
-    }
-  });
-  EXPECT_EQ(200000, counter);
   EXPECT_STREQ("thread_resource_errorEAGAIN", thread_resource_error("EAGAIN").what());
 }
 

@@ -71,8 +71,7 @@ TEST(FloatRepresentation, QueriesOnPatternsOutsideTheTables) {
 // 0x8000000000000000 is a number in one kind and a missing value in the other.
 TEST(FloatRepresentation, ConversionsOfNumbersAndEdges) {
   std::tuple<FR::Kind, FR::Kind, u64, u64> const cases[] = {
-      {FR::Ieee, FR::VykIbm, 0x3FA0000000000000, 0x3F80000000000000},  // numbers through the dispatch too
-      {FR::VykIbm, FR::Ieee, 0x40FFFFFFFFFFFFFF, 0x3FEFFFFFFFFFFFFF},
+      {FR::VykIbm, FR::Ieee, 0x40FFFFFFFFFFFFFF, 0x3FEFFFFFFFFFFFFF},  // a number through the dispatch too
       {FR::DpsIbm, FR::Ieee, 0x8000000000000000, 0xFFFFD10000000000},
       {FR::VykIbm, FR::DpsIbm, 0x8000000000000000, 0},
       {FR::VykIbm, FR::DpsIbm, 0x7F00000000000000, 0x8000000000000000},

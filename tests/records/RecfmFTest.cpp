@@ -7,7 +7,7 @@
 #include <tuple>
 #include <vector>
 
-#include "tests/records/RecordTestHelpers.h"
+#include "tests/support/MemoryRecordFile.h"
 
 namespace vyk {
 namespace testing {

@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "tests/records/RecordTestHelpers.h"
+#include "tests/support/MemoryRecordFile.h"
 #include "vyk/util/RecordFormat.h"
 #include "vyk/util/StreamRecordFile.h"
 #include "vyk/util/StreamedRecordFormat.h"
@@ -52,17 +52,6 @@ TEST(RecfmS, RoundTripsThroughStringStreamsAtBlockBoundaries) {
     }
     EXPECT_EQ(expected, got);
   }
-}
-
-TEST(RecfmS, AutoFlushHandsEachRecordOverAtOnce) {
-  std::ostringstream sink;
-  Options options = streamOptions(RecordFile::APPEND);
-  options.autoFlush = true;
-  OutputStreamRecordFile out(sink, options);
-  out.write("abc", 3, CC_SINGLE);
-  EXPECT_EQ("abc", sink.str());
-  out.write("de", 2, CC_NEW_PAGE);
-  EXPECT_EQ("abcde", sink.str());
 }
 
 TEST(RecfmS, EndOfInputGivesAnEmptyRecordOnlyAfterAFullOne) {
