@@ -49,13 +49,9 @@ TEST(StringLookup, WorkedProbes) {
                {{"sElEcT", kWhole, 1}, {"\xE9T\xE9", kUnique, 0}, {"aBc", kUnique, 3}});
 }
 
-// A zero ends the text (the random comparison below has more of these), also past a 16-byte step; a key
-// with a zero inside is found up to the zero only; a table not yet compiled finds nothing.
+// A key with a zero inside is found up to the zero only (a zero ends the text: the random comparison
+// below has those); a table not yet compiled finds nothing.
 TEST(StringLookup, ZerosAndUncompiledTables) {
-  Table table(false, {"ab", "abcdefghijklmnopq"});
-  EXPECT_EQ(1, table.findKeyIndex(StringView("ab\0zz", 5), kWhole));
-  EXPECT_EQ(0, table.findKeyIndex(StringView("ab\0zzzzzzzzzzzzzzzzzz", 21), kWhole));  // too long
-  EXPECT_EQ(2, table.findKeyIndex(StringView("abcdefghij\0", 11), kUnique));
   EXPECT_EQ(0, Table(false, {std::string("a\0b", 3), "q"}).findKeyIndex(StringView("a\0b", 3), kWhole));
   Lookup raw(csEnumClassParameters());
   raw.addKey("a");
