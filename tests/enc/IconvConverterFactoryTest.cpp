@@ -11,6 +11,7 @@
 #include "tests/support/TestEncodings.h"
 #include "vyk/enc/UnicodeCharConverter.h"
 #include "vyk/util/Exception.h"
+#include "vyk/util/UnicodeConverter.h"
 
 namespace vyk {
 namespace {
@@ -94,20 +95,28 @@ TEST(IconvConverterFactory, NullOrUnknownEncodingsAreRefused) {
   CharEncoding const* latin1 = CharEncoding::forName("ISO-8859-1");
   EXPECT_THROW(factory->create(nullptr, latin1), InvalidArgumentException);
   EXPECT_THROW(factory->create(latin1, nullptr), InvalidArgumentException);
-  CharConversionSpec const spec(latin1, CharEncoding::tryForName("NO-SUCH-ENCODING"), factory);
-  EXPECT_FALSE(spec.create1to2()) << "an incomplete description converts nothing";
 }
 
-// One converter of each kind shared by four threads: each thread gets its own answers.
-TEST(IconvConverterFactory, ConvertersServeManyThreadsAtOnce) {
+// One converter of each kind shared by four threads: each thread gets its own answers. The
+// single-byte converters also move their reference counts from every thread, and the Unicode one
+// builds its reverse map on the first use, from whichever thread comes first.
+TEST(ConvertersAcrossThreads, EachThreadGetsItsOwnAnswers) {
   IntrusivePointer<CharConverter> const converters[] = {
-      make("UTF-8", "UTF-16LE"), make("ISO-8859-1", "IBM-1047"), make("CP1252", "UTF-16LE")};
+      make("UTF-8", "UTF-16LE"), make("ISO-8859-1", "IBM-1047"), make("CP1252", "UTF-16LE"),
+      SingleByteCharConverter::iso88591ToOpenEd1047(), SingleByteCharConverter::openEd1047ToIso88591()};
   ASSERT_EQ(ICONV, kindOf(*converters[2]));
+  IntrusivePointer<UnicodeConverter> const toUnicode = UnicodeConverter::ebcdic1047ToUnicode();
+  std::basic_string<unsigned short> printable;
+  for (unsigned short u = 0x20; u < 0x7F; ++u) printable += u;
+  std::string const printable1047 = UnicodeConverter::ebcdic1047ToUnicode()->fromUnicode(printable);
+  ASSERT_EQ("\x40\x5A", printable1047.substr(0, 2));
   std::atomic<int> failures(0);
   std::vector<std::thread> threads;
   for (int t = 0; t < 4; ++t) {
     threads.emplace_back([&, t]() {
-      for (int round = 0; round < 300; ++round) {
+      std::string source = "Hi\n";
+      for (int i = 0; i < 4096 + t; ++i) source += static_cast<char>((i * 7 + t) & 0xFF);
+      for (int round = 0; round < 200; ++round) {
         std::string const digits = std::to_string(round * 4 + t);
         std::string expected("x\0\xE9\0", 4), euro("\xAC\x20", 2);
         for (char digit : digits)
@@ -119,11 +128,21 @@ TEST(IconvConverterFactory, ConvertersServeManyThreadsAtOnce) {
         failures += std::string(out, converters[1]->convert("AZ\n", 3, out, sizeof out)) != "\xC1\xE9\x25";
         failures +=
             std::string(out, converters[2]->convert(in1252.data(), in1252.size(), out, sizeof out)) != euro;
+        IntrusivePointer<CharConverter> forward = converters[3], backward = converters[4];
+        std::string ebcdic(source.size(), '\0'), back(source.size(), '\0');
+        forward->convert(source.data(), source.size(), &ebcdic[0], ebcdic.size());
+        backward->convert(ebcdic.data(), ebcdic.size(), &back[0], back.size());
+        failures += back != source || ebcdic.compare(0, 3, "\xC8\x89\x15") != 0;
+        IntrusivePointer<UnicodeConverter> mine = toUnicode;
+        failures += mine->fromUnicode(printable) != printable1047;
       }
     });
   }
   for (std::thread& thread : threads) thread.join();
   EXPECT_EQ(0, failures.load());
+  EXPECT_EQ(1, converters[3]->getReferenceCount());
+  EXPECT_EQ(1, converters[4]->getReferenceCount());
+  EXPECT_EQ(1, toUnicode->getReferenceCount());
 }
 
 }  // namespace

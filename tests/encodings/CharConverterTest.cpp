@@ -1,11 +1,10 @@
-// The converter wrappers, the error handlers, the single-byte converters and sharing across threads.
+// The converter wrappers, the error handlers and the single-byte converters.
 #include "vyk/util/CharConverter.h"
 
 #include <gtest/gtest.h>
 
 #include <cstring>
 #include <string>
-#include <thread>
 #include <tuple>
 #include <vector>
 
@@ -150,30 +149,6 @@ TEST(CharConverter, NamedConvertersMapInsideBothBuffersAndPadUntranslated) {
   }
   RecordingHandler handler(false);
   EXPECT_EQ(&handler, SingleByteCharConverter::iso88591ToOpenEd1047(&handler)->getErrorHandler());
-}
-
-TEST(CharConverter, OneConverterServesManyThreads) {
-  IntrusivePointer<CharConverter> const toEbcdic = SingleByteCharConverter::iso88591ToOpenEd1047();
-  IntrusivePointer<CharConverter> const toIso = SingleByteCharConverter::openEd1047ToIso88591();
-  std::vector<int> failures(4, 0);
-  std::vector<std::thread> threads;
-  for (int t = 0; t < 4; ++t) {
-    threads.emplace_back([&, t]() {
-      std::string source = "Hi\n";
-      for (int i = 0; i < 4096 + t; ++i) source += static_cast<char>((i * 7 + t) & 0xFF);
-      for (int round = 0; round < 200; ++round) {
-        IntrusivePointer<CharConverter> forward = toEbcdic, backward = toIso;  // counts move on every thread
-        std::string ebcdic(source.size(), '\0'), back(source.size(), '\0');
-        forward->convert(source.data(), source.size(), &ebcdic[0], ebcdic.size());
-        backward->convert(ebcdic.data(), ebcdic.size(), &back[0], back.size());
-        if (back != source || ebcdic.compare(0, 3, "\xC8\x89\x15") != 0) ++failures[t];
-      }
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
-  EXPECT_EQ(std::vector<int>(4, 0), failures);
-  EXPECT_EQ(1, toEbcdic->getReferenceCount());
-  EXPECT_EQ(1, toIso->getReferenceCount());
 }
 
 }  // namespace

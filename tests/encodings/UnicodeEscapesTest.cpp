@@ -127,26 +127,12 @@ TEST(UnicodeEscapes, StepsReturnMinusOneWithoutMoving) {
 TEST(UnicodeEscapes, LengthsAndFixedTexts) {
   EXPECT_EQ(7, uescLength(u("uUu0041").c_str()));
   EXPECT_EQ(8, uncrLength(u("##65535;").c_str()));
+  // One of each kind: ASCII, an alias of another entry, above Latin-1, and the highest unit.
   std::pair<unsigned short const* (*)(), unsigned short> const cases[] = {
       {backslashUniCharStar, 0x5C},
-      {rbraceUniCharStar, 0x7D},
-      {lbraceUniCharStar, 0x7B},
-      {rbracketUniCharStar, 0x5D},
-      {lbracketUniCharStar, 0x5B},
-      {hatUniCharStar, 0x5E},
-      {tildeUniCharStar, 0x7E},
-      {exclamationUniCharStar, 0x21},
-      {hashUniCharStar, 0x23},
-      {barUniCharStar, 0x7C},
-      {dollarUniCharStar, 0x24},
-      {atUniCharStar, 0x40},
-      {euroUniCharStar, 0x20AC},
-      {halfWidthYenUniCharStar, 0xA5},
-      {fullWidthYenUniCharStar, 0xFFE5},
-      {poundUniCharStar, 0xA3},
-      {bitcoinUniCharStar, 0x20BF},
       {leftSquareBracketUniCharStar, 0x5B},
-      {rightSquareBracketUniCharStar, 0x5D}};
+      {bitcoinUniCharStar, 0x20BF},
+      {fullWidthYenUniCharStar, 0xFFE5}};
   for (auto [text, unit] : cases) EXPECT_EQ(U16(1, unit), U16(text())) << unit;
 }
 

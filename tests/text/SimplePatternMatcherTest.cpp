@@ -23,14 +23,11 @@ bool matches(std::string const& text, std::string const& pattern, Syntax const& 
 TEST(SimplePatternMatcher, WorkedCases) {
   Syntax const sql{'%', '_', false, 0};
   Syntax const glob{'*', '?', true, '\\'};
-  // Escapes, a trailing escape that ends the pattern, runs of wildcards, and no folding of case.
+  // The random comparison below covers the rest; here other wildcard bytes, a trailing escape that
+  // ends the pattern, and no folding of case.
   std::tuple<char const*, char const*, Syntax, bool> const cases[] = {
-      {"axxb", "a%b", sql, true},     {"abc", "a%b", sql, false},    {"", "%", sql, true},
-      {"", "%_", sql, false},         {"a", "a_", sql, false},       {"a*", "a*", sql, true},
-      {"a*b", "a\\*b", glob, true},   {"axb", "a\\*b", glob, false}, {"a\\", "a\\\\", glob, true},
-      {"a", "a\\", glob, true},       {"ab", "a\\", glob, false},    {"", "\\", glob, true},
-      {"ab", "a*\\", glob, false},    {"xa", "*a\\", glob, true},    {"b", "**b", glob, true},
-      {"abcabd", "*ab?", glob, true}, {"AB", "ab", glob, false},     {"mississippi", "m*iss*ppi", glob, true},
+      {"axxb", "a%b", sql, true}, {"", "%_", sql, false},     {"a*", "a*", sql, true},
+      {"a", "a\\", glob, true},   {"ab", "a\\", glob, false}, {"AB", "ab", glob, false},
   };
   for (auto [text, pattern, syntax, match] : cases) {
     EXPECT_EQ(match, matches(text, pattern, syntax)) << "'" << text << "' ~ '" << pattern << "'";

@@ -3,10 +3,8 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <random>
 #include <string>
-#include <thread>
 #include <tuple>
 #include <vector>
 
@@ -27,11 +25,6 @@ struct Table : Lookup {
     makeTransitions();
   }
   using Lookup::makeTransitions;
-  // The transitions of state number s.
-  std::vector<Transition> edges(unsigned long s) const {
-    return std::vector<Transition>(transitions_.begin() + states_[s - 1].first,
-                                   transitions_.begin() + states_[s].first);
-  }
 };
 
 struct Probe {
@@ -47,66 +40,18 @@ void expectProbes(Table const& table, std::vector<Probe> const& probes) {
   }
 }
 
-// Edges as "ch tail target", per state.
-std::string edgesOf(Table const& table, unsigned long s) {
-  std::string out;
-  for (Lookup::Transition const& t : table.edges(s))
-    out += std::string(1, t.ch) + t.tail + " " + std::to_string(t.target) + ";";
-  return out;
-}
-
-TEST(StringLookup, KeysCompileToCompressedStates) {
-  Table table(false, {"cat", "car", "dog"});
-  ASSERT_EQ(3u, table.states().size());  // two states and the closing entry
-  ASSERT_EQ(2u, table.rootState());
-  EXPECT_EQ("ca 1;dog -3;", edgesOf(table, 2));
-  EXPECT_EQ("r -2;t -1;", edgesOf(table, 1));
-  Table one(false, {"name"});
-  EXPECT_EQ("name -1;", edgesOf(one, one.rootState()));
-}
-
-// The random comparison below covers these too; here the rules as single cases: an exact key beats an
-// abbreviation, only ASCII letters fold, equal keys find the first added (beside 7 letters, found by
-// bisection, and beside 16, by byte dispatch).
+// The random comparison below covers these too (equal keys, wide states); here the rules as single
+// cases: an abbreviation must be unique, an exact key beats an abbreviation, only ASCII letters fold.
 TEST(StringLookup, WorkedProbes) {
-  std::vector<std::string> wide = {"w", "w"};
-  for (char c = 'a'; c <= 'p'; ++c) wide.push_back(std::string("w") + c);
-  expectProbes(Table(false, {"cat", "car", "dog", "abc", "ab"}), {{"d", kUnique, 3},
-                                                                  {"ca", kUnique, 0},
-                                                                  {"dogs", kUnique, 0},
-                                                                  {"d", kWhole, 0},
-                                                                  {"", kUnique, 0},
-                                                                  {"ab", kUnique, 5},
-                                                                  {"a", kUnique, 0}});
-  expectProbes(Table(true, {"SELECT", "SET", "\xC9T\xC9", "ABC", "abc"}), {{"sElEcT", kWhole, 1},
-                                                                           {"se", kUnique, 0},
-                                                                           {"\xC9t\xC9", kWhole, 3},
-                                                                           {"\xE9T\xE9", kUnique, 0},
-                                                                           {"aBc", kUnique, 4}});
-  expectProbes(Table(false, {"ka", "kb", "kc", "kd", "ke", "kf", "kg", "k", "k"}), {{"k", kUnique, 8}});
-  expectProbes(Table(false, wide), {{"w", kUnique, 1}, {"wp", kWhole, 18}});
+  expectProbes(Table(false, {"cat", "car", "dog", "abc", "ab"}),
+               {{"d", kUnique, 3}, {"d", kWhole, 0}, {"ca", kUnique, 0}, {"ab", kUnique, 5}});
+  expectProbes(Table(true, {"SELECT", "\xC9T\xC9", "ABC", "abc"}),
+               {{"sElEcT", kWhole, 1}, {"\xE9T\xE9", kUnique, 0}, {"aBc", kUnique, 3}});
 }
 
-// Lower-case keys with the bytes between 'Z' and 'a' fold so that raw order and folded order
-// disagree ('_' < 'b' but 'B' < '_'); enough of them put 8 or more edges into one state, whose
-// edges must still ascend for the binary search.
-TEST(StringLookup, EdgesAscendWithBytesBetweenTheAlphabets) {
-  for (bool caseInsensitive : {true, false}) {
-    Table table(caseInsensitive, {"a_", "ab", "a[", "a`", "a^x", "a\\", "a]", "ac", "ad", "aez"});
-    for (unsigned long s = 1; s <= table.rootState(); ++s) {
-      std::vector<Lookup::Transition> edges = table.edges(s);
-      for (unsigned long k = 1; k < edges.size(); ++k) EXPECT_LE(edges[k - 1].ch, edges[k].ch);
-    }
-  }
-}
-
-// A zero ends the text (the random comparison below has more of these), also past a 16-byte step; a key
-// with a zero inside is found up to the zero only; a table not yet compiled finds nothing.
+// A key with a zero inside is found up to the zero only (a zero ends the text: the random comparison
+// below has those); a table not yet compiled finds nothing.
 TEST(StringLookup, ZerosAndUncompiledTables) {
-  Table table(false, {"ab", "abcdefghijklmnopq"});
-  EXPECT_EQ(1, table.findKeyIndex(StringView("ab\0zz", 5), kWhole));
-  EXPECT_EQ(0, table.findKeyIndex(StringView("ab\0zzzzzzzzzzzzzzzzzz", 21), kWhole));  // too long
-  EXPECT_EQ(2, table.findKeyIndex(StringView("abcdefghij\0", 11), kUnique));
   EXPECT_EQ(0, Table(false, {std::string("a\0b", 3), "q"}).findKeyIndex(StringView("a\0b", 3), kWhole));
   Lookup raw(csEnumClassParameters());
   raw.addKey("a");
@@ -184,23 +129,6 @@ TEST(StringLookup, AgreesWithBruteForceOnRandomTables) {
       }
     }
   }
-}
-
-TEST(StringLookup, CompiledTableServesManyThreads) {
-  std::vector<std::string> keys;
-  for (int i = 0; i < 500; ++i) keys.push_back("key" + std::to_string(i * 7919));
-  Table table(true, keys);
-  std::atomic<int> failures(0);
-  std::vector<std::thread> threads;
-  for (int t = 0; t < 4; ++t) {
-    threads.emplace_back([&, t] {
-      for (unsigned long i = 0; i < 20 * keys.size(); ++i)
-        failures +=
-            table.findKeyIndex(keys[i % 500], t % 2 ? kUnique : kWhole) != static_cast<long>(i % 500 + 1);
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
-  EXPECT_EQ(0, failures.load());
 }
 
 // The typed layer in miniature: keys paired with int results.
