@@ -3,8 +3,10 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <random>
 #include <string>
+#include <thread>
 #include <tuple>
 #include <vector>
 
@@ -129,6 +131,24 @@ TEST(StringLookup, AgreesWithBruteForceOnRandomTables) {
       }
     }
   }
+}
+
+// A compiled table is only read: many threads look up at once.
+TEST(StringLookup, CompiledTableServesManyThreads) {
+  std::vector<std::string> keys;
+  for (int i = 0; i < 500; ++i) keys.push_back("key" + std::to_string(i * 7919));
+  Table table(true, keys);
+  std::atomic<int> failures(0);
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 4; ++t) {
+    threads.emplace_back([&, t] {
+      for (unsigned long i = 0; i < 20 * keys.size(); ++i)
+        failures +=
+            table.findKeyIndex(keys[i % 500], t % 2 ? kUnique : kWhole) != static_cast<long>(i % 500 + 1);
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(0, failures.load());
 }
 
 // The typed layer in miniature: keys paired with int results.
