@@ -218,6 +218,22 @@ TEST(SessionStrings, FreeFormsReachTheSingleByteImplementationExchangeAndNegate)
   EXPECT_TRUE(iequals("\xC9", "\xE9"));
 }
 
+// An application's earliest start-up code runs before any library's initialisers; the free functions
+// must already answer there, through the implementation that serves until the library has set its own.
+int earlyCompare = 99;
+bool earlyEquals = false;
+void compareBeforeInitialisers(int, char**, char**) {
+  earlyEquals = iequals("abc", "ABC");
+  earlyCompare = icompare("a", "B");
+}
+__attribute__((section(".preinit_array"),
+               used)) void (*const compareEarly)(int, char**, char**) = compareBeforeInitialisers;
+
+TEST(SessionStrings, AnswerBeforeTheLibraryIsInitialised) {
+  EXPECT_TRUE(earlyEquals);
+  EXPECT_EQ('a' - 'b', earlyCompare);
+}
+
 }  // namespace
 }  // namespace session_encoded
 }  // namespace vyk

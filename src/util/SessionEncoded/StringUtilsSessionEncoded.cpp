@@ -43,9 +43,6 @@ constexpr detail::HotOperations kForwardingOperations = {forwardICompare, forwar
 class ActiveImplHolder {
  public:
   constexpr ActiveImplHolder() : impl_(nullptr), hot_(&kForwardingOperations) {}
-  explicit ActiveImplHolder(std::unique_ptr<StringUtilsSessionEncodedImpl> impl) : ActiveImplHolder() {
-    assign(std::move(impl));
-  }
   ~ActiveImplHolder() {
     hot_.store(&kForwardingOperations, std::memory_order_release);
     delete impl_.exchange(nullptr);
@@ -77,7 +74,13 @@ class ActiveImplHolder {
   std::atomic<detail::HotOperations const*> hot_;
 };
 
-ActiveImplHolder active(StringUtilsSessionEncodedImpl::getSBCSImpl());
+// Constant-initialised, so that the free functions work (through the fallback) when called from
+// initialisers that run before this file's; the single-byte implementation is installed while the
+// library loads.
+ActiveImplHolder active;
+struct InstallSingleByteImpl {
+  InstallSingleByteImpl() { active.assign(StringUtilsSessionEncodedImpl::getSBCSImpl()); }
+} const installSingleByteImpl;
 
 StringUtilsSessionEncodedImpl const& activeOrFallback() {
   return active.get();
