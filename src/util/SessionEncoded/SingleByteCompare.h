@@ -42,18 +42,6 @@ inline std::size_t singleByteFirstFoldedDifference(char const* s, char const* t,
 // h = 0; for each folded byte read as signed char and widened: h ^= v + 0x9E3779B9 + (h << 6) + (h >> 2).
 unsigned long singleByteHash(char const* s);
 
-// The operations on zero-terminated texts that the free functions call most, as plain functions.
-struct HotOperations {
-  int (*icompare)(char const* s, char const* t);
-  bool (*iequals)(char const* s, char const* t);
-  unsigned long (*hash)(char const* s);
-  bool (*keyequal)(char const* s, char const* t);
-};
-
-// The single-byte implementation's operations in the forms this processor runs fastest. May be
-// called at any time, from load-time initialisers too.
-HotOperations const& singleByteHotOperations();
-
 }  // namespace detail
 }  // namespace session_encoded
 }  // namespace vyk

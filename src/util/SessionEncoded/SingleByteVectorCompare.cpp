@@ -193,14 +193,6 @@ namespace detail {
 
 bool const singleByteVectorCompare = singleByteVectorFormsAvailable();
 
-HotOperations const& singleByteHotOperations() {
-  static HotOperations const vectorForms = {singleByteICompareVector, singleByteIEqualsVector, singleByteHash,
-                                            singleByteIEqualsVector};
-  static HotOperations const byteForms = {singleByteICompareBytes, singleByteIEqualsBytes, singleByteHash,
-                                          singleByteIEqualsBytes};
-  return singleByteVectorFormsAvailable() ? vectorForms : byteForms;
-}
-
 }  // namespace detail
 
 }  // namespace session_encoded

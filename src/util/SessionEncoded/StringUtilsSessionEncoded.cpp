@@ -18,33 +18,15 @@ namespace {
 // deleted the active one. Constant-initialised, so it exists before any code of the library runs.
 SingleByteEncodingStringUtilsSessionEncodedImpl const fallbackImpl;
 
-StringUtilsSessionEncodedImpl const& activeOrFallback();
-
-// The zero-terminated comparisons and the hash through the active object's virtual functions.
-int forwardICompare(char const* s, char const* t) {
-  return activeOrFallback().icompare(s, t);
-}
-bool forwardIEquals(char const* s, char const* t) {
-  return activeOrFallback().iequals(s, t);
-}
-unsigned long forwardHash(char const* s) {
-  return activeOrFallback().hash(s);
-}
-bool forwardKeyEqual(char const* s, char const* t) {
-  return activeOrFallback().keyequal(s, t);
-}
-constexpr detail::HotOperations kForwardingOperations = {forwardICompare, forwardIEquals, forwardHash,
-                                                         forwardKeyEqual};
-
 // The process-wide owning pointer. Assigning deletes what it held, unless the same object is
-// assigned again. Reaching the active implementation is one atomic load. Beside it, the operations
-// that the hottest free functions jump to: the single-byte implementation's own functions while
-// exactly that implementation is active (no virtual call), else the forwarders.
+// assigned again. Reaching the active implementation is one atomic load. Beside it, a flag that is
+// set while exactly the single-byte implementation is active: the hottest free functions then call
+// its plain functions, with one test and no virtual call.
 class ActiveImplHolder {
  public:
-  constexpr ActiveImplHolder() : impl_(nullptr), hot_(&kForwardingOperations) {}
+  constexpr ActiveImplHolder() : impl_(nullptr), singleByteActive_(false) {}
   ~ActiveImplHolder() {
-    hot_.store(&kForwardingOperations, std::memory_order_release);
+    singleByteActive_.store(false, std::memory_order_release);
     delete impl_.exchange(nullptr);
   }
   ActiveImplHolder(ActiveImplHolder const&) = delete;
@@ -58,20 +40,20 @@ class ActiveImplHolder {
     StringUtilsSessionEncodedImpl const* object = impl.get();
     bool singleByte =
         object != nullptr && typeid(*object) == typeid(SingleByteEncodingStringUtilsSessionEncodedImpl);
-    hot_.store(&kForwardingOperations, std::memory_order_release);
+    singleByteActive_.store(false, std::memory_order_release);
     delete impl_.exchange(impl.release(), std::memory_order_acq_rel);
-    if (singleByte) hot_.store(&detail::singleByteHotOperations(), std::memory_order_release);
+    if (singleByte) singleByteActive_.store(true, std::memory_order_release);
   }
   StringUtilsSessionEncodedImpl const& get() const {
     StringUtilsSessionEncodedImpl const* impl = impl_.load(std::memory_order_acquire);
     if (impl != nullptr) return *impl;
     return fallbackImpl;
   }
-  detail::HotOperations const& hot() const { return *hot_.load(std::memory_order_acquire); }
+  bool singleByteActive() const { return singleByteActive_.load(std::memory_order_acquire); }
 
  private:
   std::atomic<StringUtilsSessionEncodedImpl*> impl_;
-  std::atomic<detail::HotOperations const*> hot_;
+  std::atomic<bool> singleByteActive_;
 };
 
 // Constant-initialised, so that the free functions work (through the fallback) when called from
@@ -81,10 +63,6 @@ ActiveImplHolder active;
 struct InstallSingleByteImpl {
   InstallSingleByteImpl() { active.assign(StringUtilsSessionEncodedImpl::getSBCSImpl()); }
 } const installSingleByteImpl;
-
-StringUtilsSessionEncodedImpl const& activeOrFallback() {
-  return active.get();
-}
 
 char const kSiblingLibrary[] = "vykxicus";
 char const kSiblingEntry[] = "createIcuStringUtils";
@@ -190,7 +168,8 @@ bool iequals(char const* s, std::string const& t) {
   return active.get().iequals(t, s);
 }
 bool iequals(char const* s, char const* t) {
-  return active.hot().iequals(s, t);
+  if (active.singleByteActive()) return detail::singleByteIEquals(s, t);
+  return active.get().iequals(s, t);
 }
 
 int icompare(char const* s, unsigned long n, char const* t, unsigned long m) {
@@ -206,7 +185,8 @@ int icompare(char const* s, std::string const& t) {
   return -active.get().icompare(t, s);
 }
 int icompare(char const* s, char const* t) {
-  return active.hot().icompare(s, t);
+  if (active.singleByteActive()) return detail::singleByteICompare(s, t);
+  return active.get().icompare(s, t);
 }
 
 int icomparen(std::string const& s, std::string const& t, unsigned long limit) {
@@ -259,10 +239,12 @@ unsigned long ifind(std::string const& s, std::string const& t, unsigned long fr
 }
 
 unsigned long CaseInsensitiveStringHashKeyOps::hash(char const* s) {
-  return active.hot().hash(s);
+  if (active.singleByteActive()) return detail::singleByteHash(s);
+  return active.get().hash(s);
 }
 bool CaseInsensitiveStringHashKeyOps::keyequal(char const* s, char const* t) {
-  return active.hot().keyequal(s, t);
+  if (active.singleByteActive()) return detail::singleByteIEquals(s, t);
+  return active.get().keyequal(s, t);
 }
 
 }  // namespace session_encoded
