@@ -12,6 +12,7 @@
 #include <sstream>
 #include <tuple>
 
+#include "support/Printed.h"
 #include "vyk/util/Exception.h"
 
 namespace vyk {
@@ -21,12 +22,7 @@ double const kNaN = std::numeric_limits<double>::quiet_NaN();
 double const kInf = std::numeric_limits<double>::infinity();
 double const kMarker = -11928470401.0;
 
-template <class T>
-std::string printed(T const& value) {
-  std::ostringstream text;
-  text << value;
-  return text.str();
-}
+using test_support::printed;
 
 TEST(DatetimeRange, ConstructionAndArithmeticEndInTheRangeTest) {
   EXPECT_EQ(569318630400.0, std::nextafter(double(Datetime::MAX), kInf)) << "MAX is the last valid value";

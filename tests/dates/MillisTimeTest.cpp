@@ -12,6 +12,7 @@
 #include <tuple>
 #include <vector>
 
+#include "support/Printed.h"
 #include "support/ZoneSetting.h"
 #include "vyk/util/Exception.h"
 
@@ -24,12 +25,7 @@ long long const kDay = 86400000LL;
 int const kInvalidDay = -138062;
 double const kMarker = -11928470401.0;
 
-template <class T>
-std::string printed(T const& value) {
-  std::ostringstream text;
-  text << value;
-  return text.str();
-}
+using test_support::printed;
 
 TEST(MillisTimeConversions, DaysRoundDownAndAreRangeTestedBeforeNarrowing) {
   EXPECT_EQ(-315619200000LL, MillisTime().toPosixMillis());
